@@ -1,0 +1,36 @@
+// The frame's typical run: configure the logger, log at every severity,
+// convert a few times and print the leap-second table.
+#include <iostream>
+
+#include "ErrorLogger.h"
+#include "TimeConvert.h"
+
+using namespace KzUtil;
+
+int main() {
+  ErrorLogger& logger = ErrorLogger::GetInstance();
+  logger.SetStream(&std::cout);
+  logger.SetOption(ErrorLogger::eShowSeverity, true);
+  logger.SetOption(ErrorLogger::eShowGPSTime, true);
+  logger.SetLoggingLevel(ErrorLogger::eDebug);
+
+  KZ_LOG(ErrorLogger::eDebug, "frame_example - debug lines carry their source file and line");
+  KZ_LOG(ErrorLogger::eInfo, "frame_example - information");
+  KZ_LOG(ErrorLogger::eWarning, "frame_example - a warning");
+  KZ_LOG(ErrorLogger::eError, "frame_example - an error");
+  KZ_LOG(ErrorLogger::eCritical, "frame_example - a critical condition");
+  KZ_LOG(ErrorLogger::eSevere, "frame_example - a severe condition");
+  KZ_LOG(ErrorLogger::eFatal, "frame_example - a fatal condition (the logger never ends the program)");
+
+  const unsigned int kTimes[] = {1341100799, 1341100800, 1341100815, 1700000000};
+  for (unsigned int unixTime : kTimes) {
+    const unsigned int gps = TimeConvert::GetGPSTimeFromUnixTime(unixTime);
+    std::cout << "Unix " << unixTime << " -> GPS " << gps << " ("
+              << TimeConvert::GetTimeStringFromGPSTime(gps, "%Y-%m-%d %H:%M:%S") << " UTC)"
+              << std::endl;
+  }
+  std::cout << "GPS 1025136015 is " << TimeConvert::GetTimeStringFromGPSTime(1025136015, "")
+            << std::endl;
+  TimeConvert::PrintLeapSecondTable(std::cout);
+  return 0;
+}

@@ -1,0 +1,58 @@
+// Helpers shared by the test suites: real temporary directories, forked children
+// whose output and exit status are captured, and children that run on a host of
+// their own (UTS + mount namespaces, chosen host name, bind-mounted /etc files).
+//   KzTest::ChildResult r = KzTest::RunInChild([] { std::cout << "x"; });
+//   EXPECT_EQ(r.fStdout, "x");
+#ifndef KZUTIL_TESTS_KZTESTSUPPORT_H
+#define KZUTIL_TESTS_KZTESTSUPPORT_H
+
+#include <functional>
+#include <map>
+#include <string>
+
+namespace KzTest {
+
+// A fresh directory under the system's temporary directory, removed with its contents.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  const std::string& Path() const { return fPath; }
+  // Writes content to Path()/name (parents created) and returns the full path.
+  std::string Write(const std::string& name, const std::string& content) const;
+
+ private:
+  std::string fPath;  // absolute, no trailing slash
+};
+
+struct ChildResult {
+  int fExitCode = -1;    // exit status, -1 when ended by a signal
+  int fSignal = 0;       // the ending signal, 0 when exited
+  std::string fStdout;   // everything the child wrote on file descriptor 1
+  std::string fStderr;   // everything the child wrote on file descriptor 2
+};
+
+// Runs body in a forked child and returns its output and status. After body the
+// child calls exit(): status 1 when a gtest assertion inside body failed, else 0,
+// and the exit handlers and static destructors run as in a real program.
+ChildResult RunInChild(const std::function<void()>& body);
+
+struct HostSetup {
+  std::string fHostname;                      // set with sethostname()
+  std::map<std::string, std::string> fFiles;  // e.g. "/etc/hosts" -> content, bind-mounted
+};
+
+// Whether this machine lets a child enter UTS + mount namespaces; why not, if not.
+bool NamespacesAvailable(std::string* why);
+// As RunInChild, but the child first enters its own UTS + mount namespaces and
+// takes the host name and files of host. Status 77 when that set-up failed.
+ChildResult RunOnHost(const HostSetup& host, const std::function<void()>& body);
+
+// Reads a whole file; empty when it cannot be read.
+std::string ReadFile(const std::string& path);
+
+}  // namespace KzTest
+
+#endif
