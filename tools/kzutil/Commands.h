@@ -1,0 +1,19 @@
+// The subcommand groups of kzutil. Each group lives in its own source file
+// (TimeCommand.cc, ...) and registers its subcommands on the main program with
+// one function declared here; main.cc calls them all, in the order of --help.
+// A new group: declare AddXxxCommand here, define it in XxxCommand.cc with
+// SetAction (Tool.h) for every leaf subcommand, and add it to main.cc's list.
+//   CLI::App app;
+//   AddTimeCommand(app);  // kzutil time gps2unix|unix2gps|show|leaps
+#ifndef KZUTIL_TOOLS_KZUTIL_COMMANDS_H
+#define KZUTIL_TOOLS_KZUTIL_COMMANDS_H
+
+#include <CLI/CLI.hpp>
+
+namespace KzTool {
+
+void AddTimeCommand(CLI::App& app);  // GPS and Unix seconds, leap seconds
+
+}  // namespace KzTool
+
+#endif

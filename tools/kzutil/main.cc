@@ -1,0 +1,70 @@
+// kzutil: asks the KzUtil library its questions from a shell. Results go to
+// stdout, diagnostics to stderr one line each; exit status 0 success, 1 a failed
+// query or finding, 2 a usage error.
+#include <exception>
+#include <map>
+
+#include "Commands.h"
+#include "KzUtilVersion.h"
+#include "SingletonBase.h"
+#include "Tool.h"
+
+using KzUtil::ErrorLogger;
+
+namespace {
+
+const std::map<std::string, ErrorLogger::ESeverityLevel>& LevelNames() {
+  static const std::map<std::string, ErrorLogger::ESeverityLevel> names = {
+      {"debug", ErrorLogger::eDebug},       {"info", ErrorLogger::eInfo},
+      {"warning", ErrorLogger::eWarning},   {"error", ErrorLogger::eError},
+      {"critical", ErrorLogger::eCritical}, {"fatal", ErrorLogger::eFatal}};
+  return names;
+}
+
+// Help and --version end the parse with an "error" that is a success.
+int ReportParseError(const CLI::App& app, const CLI::ParseError& e) {
+  if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(e);
+  KzTool::PrintDiagnostic("usage error", std::string(e.what()) + " (see kzutil --help)");
+  return KzTool::kExitUsage;
+}
+
+void AddGlobalOptions(CLI::App& app) {
+  app.set_version_flag("--version", KzUtil::kKzUtilVersionString, "Print the library version");
+  app.add_option_function<std::string>(
+         "--log-level", [](const std::string& name) { KzTool::SetLogLevel(LevelNames().at(name)); },
+         "Lowest severity of the library's own log lines shown on stderr (default: error)")
+      ->check(CLI::IsMember({"debug", "info", "warning", "error", "critical", "fatal"}));
+  app.require_subcommand(1);
+  app.fallthrough();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  ErrorLogger& logger = KzUtil::Singleton<ErrorLogger>::GetInstance();
+  logger.SetOption(ErrorLogger::eShowSeverity, true);
+  KzTool::SetLogLevel(ErrorLogger::eError);
+
+  CLI::App app(
+      "kzutil - ask the KzUtil library about this host, telescope geometry, "
+      "detector numbers, ini files and GPS time.",
+      "kzutil");
+  AddGlobalOptions(app);
+  KzTool::AddTimeCommand(app);
+  app.footer(
+      "Library log lines (\"ERR:Class::Method() - ...\") go to stderr from --log-level on.\n"
+      "Exit status: 0 success, 1 a failed query or finding, 2 a usage error.\n"
+      "Run 'kzutil SUBCOMMAND --help' for the options and examples of each subcommand.");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    return ReportParseError(app, e);
+  } catch (const KzTool::ToolError& e) {
+    KzTool::PrintDiagnostic(e.Status() == KzTool::kExitUsage ? "usage error" : "error", e.what());
+    return e.Status();
+  } catch (const std::exception& e) {
+    KzTool::PrintDiagnostic("error", e.what());
+    return KzTool::kExitFailed;
+  }
+  return KzTool::FlushResult();
+}
