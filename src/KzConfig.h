@@ -25,14 +25,14 @@ class KzConfig : public Singleton<KzConfig> {
   static const char* GetEyeNameById(unsigned int eye_id, bool nospaces);
   // Non-zero writes the debug messages of the identity decisions.
   static void SetPrintLevel(int level) { fgPrintLevel = level; }
+  // The last step of construction: ends the process if both roles are claimed.
+  static void CheckSingleRole(bool isEye, bool isMirror);
 
  protected:
   // Sets the mirror id and MirrorPC on the first mirrorpc1..6 found in name.
   void DetermineMirrorId(const char* name);
   // Decides the eye from fFQHostname; name is not consulted.
   void DetermineEyeId(const char* name);
-  // Ends the process when a host would be both EyePC and MirrorPC.
-  static void CheckSingleRole(bool isEye, bool isMirror);
 
  private:
   friend class Singleton<KzConfig>;

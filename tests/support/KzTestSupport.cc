@@ -62,10 +62,39 @@ bool EnterOwnNamespaces() {
   return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
+// Covers the directory of path with a view of it that lacks path: a tmpfs holding
+// bind mounts of every other entry. The view lives in scratch.
+bool Hide(const std::string& path, const TempDir& scratch, int n) {
+  const fs::path hidden(path);
+  const fs::path directory = hidden.parent_path();
+  const fs::path view = fs::path(scratch.Path()) / ("view-" + std::to_string(n));
+  fs::create_directories(view);
+  if (mount("tmpfs", view.c_str(), "tmpfs", 0, nullptr) != 0) return false;
+  std::error_code error;
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory, error)) {
+    if (entry.path().filename() == hidden.filename()) continue;
+    const fs::path copy = view / entry.path().filename();
+    if (entry.is_symlink()) {
+      fs::create_symlink(fs::read_symlink(entry.path()), copy, error);
+      continue;
+    }
+    if (entry.is_directory())
+      fs::create_directory(copy);
+    else
+      std::ofstream{copy};
+    if (mount(entry.path().c_str(), copy.c_str(), nullptr, MS_BIND | MS_REC, nullptr) != 0)
+      return false;
+  }
+  if (error) return false;
+  return mount(view.c_str(), directory.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
+}
+
 bool TakeHost(const HostSetup& host, const TempDir& files) {
   if (!EnterOwnNamespaces()) return false;
   if (sethostname(host.fHostname.data(), host.fHostname.size()) != 0) return false;
   int n = 0;
+  for (const std::string& path : host.fHidden)
+    if (!Hide(path, files, n++)) return false;
   for (const auto& [target, content] : host.fFiles) {
     const std::string source = files.Write("etc-" + std::to_string(n++), content);
     if (mount(source.c_str(), target.c_str(), nullptr, MS_BIND, nullptr) != 0) return false;

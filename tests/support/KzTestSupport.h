@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace KzTest {
 
@@ -28,10 +29,10 @@ class TempDir {
 };
 
 struct ChildResult {
-  int fExitCode = -1;    // exit status, -1 when ended by a signal
-  int fSignal = 0;       // the ending signal, 0 when exited
-  std::string fStdout;   // everything the child wrote on file descriptor 1
-  std::string fStderr;   // everything the child wrote on file descriptor 2
+  int fExitCode = -1;   // exit status, -1 when ended by a signal
+  int fSignal = 0;      // the ending signal, 0 when exited
+  std::string fStdout;  // everything the child wrote on file descriptor 1
+  std::string fStderr;  // everything the child wrote on file descriptor 2
 };
 
 // Runs body in a forked child and returns its output and status. After body the
@@ -42,12 +43,13 @@ ChildResult RunInChild(const std::function<void()>& body);
 struct HostSetup {
   std::string fHostname;                      // set with sethostname()
   std::map<std::string, std::string> fFiles;  // e.g. "/etc/hosts" -> content, bind-mounted
+  std::vector<std::string> fHidden = {};      // e.g. "/etc/networks": absent for the child
 };
 
 // Whether this machine lets a child enter UTS + mount namespaces; why not, if not.
 bool NamespacesAvailable(std::string* why);
 // As RunInChild, but the child first enters its own UTS + mount namespaces and
-// takes the host name and files of host. Status 77 when that set-up failed.
+// takes the host name, hidden paths and files of host. Status 77 when that set-up failed.
 ChildResult RunOnHost(const HostSetup& host, const std::function<void()>& body);
 
 // Reads a whole file; empty when it cannot be read.
