@@ -20,7 +20,8 @@ int main() {
   KZ_LOG(ErrorLogger::eError, "frame_example - an error");
   KZ_LOG(ErrorLogger::eCritical, "frame_example - a critical condition");
   KZ_LOG(ErrorLogger::eSevere, "frame_example - a severe condition");
-  KZ_LOG(ErrorLogger::eFatal, "frame_example - a fatal condition (the logger never ends the program)");
+  KZ_LOG(ErrorLogger::eFatal,
+         "frame_example - a fatal condition (the logger never ends the program)");
 
   const unsigned int kTimes[] = {1341100799, 1341100800, 1341100815, 1700000000};
   for (unsigned int unixTime : kTimes) {

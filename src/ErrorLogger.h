@@ -68,8 +68,9 @@ class ErrorLogger : public Singleton<ErrorLogger> {
   bool IsLogged(ESeverityLevel severity) const { return severity >= fLoggingLevel; }
   // Starts a KZ_LOG statement: writes its header and returns the stream for the text.
   std::ostream& BeginStatement(ESeverityLevel severity, const char* sourceFile, int line);
-  [[noreturn]] static void AssertionFailed(const char* expression, const char* sourceFile,
-                                           int line, const char* function);
+  // Reports a failed KZ_ASSERT in the C library's assert() layout and aborts.
+  [[noreturn]] static void AssertionFailed(const char* expression, const char* sourceFile, int line,
+                                           const char* function);
 
  protected:
   friend class Singleton<ErrorLogger>;
@@ -81,11 +82,11 @@ class ErrorLogger : public Singleton<ErrorLogger> {
   ErrorLogger& operator=(const ErrorLogger&) = delete;
   std::ostream& OutputStream() const;
 
-  std::ostream* fOStream;          // stream in use, not owned
-  std::ofstream fOfStream;         // the file of SetFile
-  int fLoggingOption;              // OR of ELoggingOption bits
-  ESeverityLevel fLoggingLevel;    // lowest severity written
-  EVerbosityLevel fVerbosity;      // eTerse or eVerbose
+  std::ostream* fOStream;              // stream in use, not owned
+  std::ofstream fOfStream;             // the file of SetFile
+  int fLoggingOption;                  // OR of ELoggingOption bits
+  ESeverityLevel fLoggingLevel;        // lowest severity written
+  EVerbosityLevel fVerbosity;          // eTerse or eVerbose
   static std::ofstream* fgNullStream;  // "/dev/null", sink of suppressed severities
 };
 
@@ -93,20 +94,20 @@ class ErrorLogger : public Singleton<ErrorLogger> {
 
 // The log statement of every call site: the text is only formatted when the
 // severity passes the logger's level. Debug lines carry source file and line.
-#define KZ_LOG(severity, text)                                                     \
-  do {                                                                             \
-    ::KzUtil::ErrorLogger& kzLogger_ = ::KzUtil::ErrorLogger::GetInstance();       \
-    if (kzLogger_.IsLogged(severity))                                              \
-      kzLogger_.BeginStatement(severity, __FILE__, __LINE__) << text << std::endl; \
+#define KZ_LOG(severity, text)                                                        \
+  do {                                                                                \
+    const ::KzUtil::ErrorLogger::ESeverityLevel kzSeverity_ = (severity);             \
+    ::KzUtil::ErrorLogger& kzLogger_ = ::KzUtil::ErrorLogger::GetInstance();          \
+    if (kzLogger_.IsLogged(kzSeverity_))                                              \
+      kzLogger_.BeginStatement(kzSeverity_, __FILE__, __LINE__) << text << std::endl; \
   } while (0)
 
 // An assertion that NDEBUG does not switch off; the text is the expanded expression.
 #define KZ_STRINGIFY_(expr) #expr
 #define KZ_STRINGIFY(expr) KZ_STRINGIFY_(expr)
-#define KZ_ASSERT(expr)          \
-  (static_cast<bool>(expr)       \
-       ? void(0)                 \
-       : ::KzUtil::ErrorLogger::AssertionFailed(KZ_STRINGIFY(expr), __FILE__, __LINE__, \
-                                                __PRETTY_FUNCTION__))
+#define KZ_ASSERT(expr)                                              \
+  (static_cast<bool>(expr) ? void(0)                                 \
+                           : ::KzUtil::ErrorLogger::AssertionFailed( \
+                                 KZ_STRINGIFY(expr), __FILE__, __LINE__, __PRETTY_FUNCTION__))
 
 #endif

@@ -43,15 +43,17 @@ ErrorLoggerStream& ErrorLoggerStream::endm() {
   const time_t now = time(nullptr);
   if (fgPrintLevel > 1)
     std::cout << "Sending message with severity= " << static_cast<int>(fSeverity)
-              << " verbosity= " << static_cast<int>(fVerbosity) << " to stream '" << fName
-              << "' !" << std::endl;
+              << " verbosity= " << static_cast<int>(fVerbosity) << " to stream '" << fName << "' !"
+              << std::endl;
   const std::string text = fStream.str();
   if (fgPrintLevel)
-    std::cout << std::setw(9) << now << ": " << static_cast<int>(fSeverity) << ": '" << text
-              << "'" << std::endl;
+    std::cout << std::setw(9) << now << ": " << static_cast<int>(fSeverity) << ": '" << text << "'"
+              << std::endl;
   else
     std::cout << text << std::endl;
+  // A failed insertion must not silence the messages after it.
   fStream.str("");
+  clear();
   return *this;
 }
 

@@ -45,11 +45,11 @@ class ErrorLoggerStream : public std::ostream, public Singleton<ErrorLoggerStrea
   ~ErrorLoggerStream() override = default;
 
  private:
-  std::string fName;                         // current source of messages
-  ErrorLogger::ESeverityLevel fSeverity;     // of the message being collected
-  ErrorLogger::EVerbosityLevel fVerbosity;   // of the message being collected
-  std::ostringstream fStream;                // holds the collected text
-  static unsigned int fgPrintLevel;          // >0 stamps lines, >1 traces
+  std::string fName;                        // current source of messages
+  ErrorLogger::ESeverityLevel fSeverity;    // of the message being collected
+  ErrorLogger::EVerbosityLevel fVerbosity;  // of the message being collected
+  std::ostringstream fStream;               // holds the collected text
+  static unsigned int fgPrintLevel;         // >0 stamps lines, >1 traces
 };
 
 // Ends the current message, as endm() does.

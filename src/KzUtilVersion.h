@@ -6,9 +6,9 @@
 
 namespace KzUtil {
 
-constexpr int kKzUtilVersion = 0;                  // major: changes the soname
-constexpr int kKzUtilSubVersion = 1;               // minor: compatible additions
-constexpr int kKzUtilSubSubVersion = 0;            // patch: fixes only
+constexpr int kKzUtilVersion = 0;                      // major: changes the soname
+constexpr int kKzUtilSubVersion = 1;                   // minor: compatible additions
+constexpr int kKzUtilSubSubVersion = 0;                // patch: fixes only
 constexpr const char* kKzUtilVersionString = "0.1.0";  // the three, dotted
 
 }  // namespace KzUtil

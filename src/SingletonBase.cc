@@ -32,9 +32,10 @@ SingletonRegistry& SingletonRegistry::GetInstance() {
 
 SingletonRegistry::SingletonRegistry() {
   if (atexit(ExitHandler) < 0) {
+    const int error = errno;
     std::cerr << "SingletonRegistry::SingletonRegistry() - "
-              << "trying installing 'atexit' handler with error, " << errno << " - "
-              << strerror(errno) << std::endl;
+              << "trying installing 'atexit' handler with error, " << error << " - "
+              << strerror(error) << std::endl;
     return;
   }
   std::cout << "SingletonRegistry::SingletonRegistry() - "
@@ -54,8 +55,8 @@ void SingletonRegistry::Register(SingletonBase* p) {
   if (std::find(fSingletonList.begin(), fSingletonList.end(), p) != fSingletonList.end()) return;
   fSingletonList.push_back(p);
   if (fgPrintLevel)
-    std::cout << "SingletonRegistry::Register() - " << "added '" << p->GetName() << "' !"
-              << std::endl;
+    std::cout << "SingletonRegistry::Register() - "
+              << "added '" << p->GetName() << "' !" << std::endl;
 }
 
 void SingletonRegistry::Unregister(SingletonBase* p) {
@@ -64,8 +65,8 @@ void SingletonRegistry::Unregister(SingletonBase* p) {
   if (slot == fSingletonList.end()) return;
   *slot = nullptr;
   if (fgPrintLevel)
-    std::cout << "SingletonRegistry::Unregister() - " << "removed '" << p->GetName() << "' !"
-              << std::endl;
+    std::cout << "SingletonRegistry::Unregister() - "
+              << "removed '" << p->GetName() << "' !" << std::endl;
 }
 
 void SingletonRegistry::ExitHandler() {

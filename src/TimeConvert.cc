@@ -6,7 +6,10 @@
 
 namespace KzUtil {
 
-std::vector<TimeConvert::_LeapSecondEntryRec> TimeConvert::fLeapSecondTable;
+// Built before, and destroyed after, every other static object of the library,
+// whose constructors and destructors may convert times.
+std::vector<TimeConvert::_LeapSecondEntryRec> TimeConvert::fLeapSecondTable
+    __attribute__((init_priority(101)));
 
 namespace {
 
@@ -26,7 +29,7 @@ std::string Strftime(const tm& t, const char* format, size_t size) {
 
 }  // namespace
 
-bool TimeConvert::InitLeapSecondTable() {
+bool TimeConvert::AppendBuiltInLeapSeconds() {
   fLeapSecondTable.insert(fLeapSecondTable.begin(), std::begin(kBuiltInLeapSeconds),
                           std::end(kBuiltInLeapSeconds));
   return true;
@@ -70,7 +73,8 @@ std::string TimeConvert::GetTimeStringFromGPSTime(unsigned int gps_time, std::st
 void TimeConvert::PrintLeapSecondTable(std::ostream& ostr) {
   ostr << "=== TimeConvert::PrintLeapSecondTable() ===" << std::endl;
   ostr << "    UTC      GPS(UTC)   nLeap" << std::endl;
-  for (const _LeapSecondEntryRec& entry : LeapSecondTable())
+  InitLeapSecondTable();
+  for (const _LeapSecondEntryRec& entry : fLeapSecondTable)
     ostr << std::setw(10) << GetUnixTimeFromGPSTime(entry.fGPSTime) << std::setw(12)
          << entry.fGPSTime << std::setw(6) << entry.fNLeapSeconds << std::endl;
   ostr << "===========================================" << std::endl;

@@ -1,7 +1,8 @@
 // Conversions between GPS seconds (since 1980-01-06, no leap jumps) and Unix
-// seconds across the leap-second table, and time formatting.
+// seconds across the leap-second table, and time formatting; a leap second
+// itself shows as second 60 ("23:59:60").
 //   unsigned int gps = TimeConvert::GetGPSTimeFromUnixTime(time(nullptr));
-//   std::string t = TimeConvert::GetTimeStringFromGPSTime(gps, "%H:%M:%S");  // 23:59:60 in a leap second
+//   std::string t = TimeConvert::GetTimeStringFromGPSTime(gps, "%H:%M:%S");
 #ifndef KZUTIL_TIMECONVERT_H
 #define KZUTIL_TIMECONVERT_H
 
@@ -25,17 +26,20 @@ class TimeConvert {
 
   // A leap second maps to the same Unix second as the GPS second before it.
   static unsigned int GetUnixTimeFromGPSTime(unsigned int gps_time) {
-    return gps_time + kGPS_EPOCH_UNIX_TIME - GetLeapSeconds(gps_time);
+    InitLeapSecondTable();
+    return gps_time + kGPS_EPOCH_UNIX_TIME - ScanLeapSeconds(gps_time);
   }
   // The last second before a leap second maps to the leap second itself.
   static unsigned int GetGPSTimeFromUnixTime(unsigned int unix_time) {
+    InitLeapSecondTable();
     const unsigned int g = unix_time - kGPS_EPOCH_UNIX_TIME;
-    const unsigned int g2 = g + GetLeapSeconds(g);
-    return IsLeapBoundary(g2 + 1) ? g2 + 1 : g2;
+    // Looked up with g, not a GPS time: off by one for n - 1 seconds after the n-th leap.
+    const unsigned int g2 = g + ScanLeapSeconds(g);
+    return ScanLeapBoundary(g2 + 1) ? g2 + 1 : g2;
   }
   static unsigned int GetUnixTime();
   static unsigned int GetGPSTime();
-  static std::string GetISODate(const tm& t);                    // 2024-03-05
+  static std::string GetISODate(const tm& t);                       // 2024-03-05
   static std::string GetISOTime(const tm& t, bool seconds = true);  // 23-41-07 or 23-41
   // An empty format gives "%a %b %d %H:%M:%S %Y"; a leap second shows as second 60.
   static std::string GetTimeStringFromUnixTime(unsigned int unix_time, std::string format = "");
@@ -43,27 +47,37 @@ class TimeConvert {
   static void PrintLeapSecondTable(std::ostream& ostr);
 
  private:
-  // Leap seconds in force at GPS second gps; the table is scanned from its newest entry.
+  friend struct TimeConvertTestAccess;  // the unit tests reach the private helpers
+
+  // Leap seconds in force at GPS second gps.
   static unsigned int GetLeapSeconds(unsigned int gps) {
-    const std::vector<_LeapSecondEntryRec>& table = LeapSecondTable();
-    for (auto entry = table.rbegin(); entry != table.rend(); ++entry)
+    InitLeapSecondTable();
+    return ScanLeapSeconds(gps);
+  }
+  // Whether gps is the GPS second of an inserted leap second.
+  static bool IsLeapBoundary(unsigned int gps) {
+    InitLeapSecondTable();
+    return ScanLeapBoundary(gps);
+  }
+  // The scans of the two above on a loaded table, from its newest entry:
+  // recent times are decided by the first comparison.
+  static unsigned int ScanLeapSeconds(unsigned int gps) {
+    for (auto entry = fLeapSecondTable.rbegin(); entry != fLeapSecondTable.rend(); ++entry)
       if (entry->fGPSTime <= gps) return entry->fNLeapSeconds;
     return 0;
   }
-  static bool IsLeapBoundary(unsigned int gps) {
-    const std::vector<_LeapSecondEntryRec>& table = LeapSecondTable();
-    for (auto entry = table.rbegin(); entry != table.rend(); ++entry) {
+  static bool ScanLeapBoundary(unsigned int gps) {
+    for (auto entry = fLeapSecondTable.rbegin(); entry != fLeapSecondTable.rend(); ++entry) {
       if (entry->fGPSTime < gps) return false;
       if (entry->fGPSTime == gps) return true;
     }
     return false;
   }
-  // The table, with the built-in entries loaded once (thread-safe).
-  static std::vector<_LeapSecondEntryRec>& LeapSecondTable() {
-    [[maybe_unused]] static const bool is_initialized = InitLeapSecondTable();
-    return fLeapSecondTable;
+  // Loads the built-in entries once per process; safe when several threads convert at once.
+  static void InitLeapSecondTable() {
+    [[maybe_unused]] static const bool is_initialized = AppendBuiltInLeapSeconds();
   }
-  static bool InitLeapSecondTable();
+  static bool AppendBuiltInLeapSeconds();
   static bool LeapSecondEntryLess(const _LeapSecondEntryRec& a, const _LeapSecondEntryRec& b) {
     return a.fGPSTime < b.fGPSTime;
   }
