@@ -16,7 +16,7 @@ namespace KzUtil {
 
 class KzNaming : public Singleton<KzNaming> {
  public:
-  enum ENamingOption {
+  enum ENamingOption : int {
     kDefaultOptions = 0,  // all four options on, whatever the value
     kUseIsoDate = 1,
     kUseIsoTime = 2,
