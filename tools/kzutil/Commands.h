@@ -12,7 +12,8 @@
 
 namespace KzTool {
 
-void AddTimeCommand(CLI::App& app);  // GPS and Unix seconds, leap seconds
+void AddTimeCommand(CLI::App& app);    // GPS and Unix seconds, leap seconds
+void AddNumberCommand(CLI::App& app);  // detector numbering conversions
 
 }  // namespace KzTool
 

@@ -51,6 +51,7 @@ int main(int argc, char** argv) {
       "kzutil");
   AddGlobalOptions(app);
   KzTool::AddTimeCommand(app);
+  KzTool::AddNumberCommand(app);
   app.footer(
       "Library log lines (\"ERR:Class::Method() - ...\") go to stderr from --log-level on.\n"
       "Exit status: 0 success, 1 a failed query or finding, 2 a usage error.\n"
