@@ -137,7 +137,9 @@ class Kz {
   static _KzPixelNumber* GetKzPixelNumber(const _PixelNumber* p) {
     _KzPixelNumber* k = SharedKzPixelNumber();
     k->fBits.fPixelNo =
-        ((GetEyeNo(p) - 1) * kEYE_NMIRRORS + (GetMirrorNo(p) - 1)) * kMI_NEXTPIXELS + GetPixelNo(p);
+        (((GetEyeNo(p) - 1) * kEYE_NMIRRORS + (GetMirrorNo(p) - 1)) * kMI_NEXTPIXELS +
+         GetPixelNo(p)) &
+        kMask14;
     return k;
   }
   static unsigned int GetKzPixelNo(const _PixelNumber* p) {

@@ -173,6 +173,12 @@ TEST(KzPixelNumbers, FirstAndLastPixelOfTheObservatory) {
   EXPECT_EQ(Kz::GetRowNo(&k), 24u);
 }
 
+TEST(KzPixelNumbers, OutOfRangeFieldsWrapIntoFourteenBits) {
+  Kz::PixelNumberRec p = Pixel(7, 7, 511);
+  EXPECT_EQ(Kz::GetKzPixelNo(&p), ((6u * 6 + 6) * 480 + 511) & 0x3fff);
+  EXPECT_EQ(Kz::GetKzPixelNumber(&p)->fBits.fBit0, 0u);
+}
+
 TEST(KzPixelNumbers, ResultRecordIsSharedAndKeepsItsFlags) {
   Kz::PixelNumberRec a = Pixel(1, 1, 5);
   Kz::PixelNumberRec b = Pixel(2, 1, 5);
