@@ -122,10 +122,14 @@ class KzGeometry {
   }
   // Direction of a packed eye-local pixel number.
   static double GetPixelAzimuth(const Kz::_PixelNumber* pixel) {
+    const KzGeometry* built = BuiltInstance(pixel);
+    if (built) return built->fPixelAzimuth[pixel->fBits.fPixelNo - 1];
     return GetPixelAzimuth(pixel->fBits.fEyeNo, pixel->fBits.fMirrorNo, Kz::GetColumnNo(pixel),
                            Kz::GetRowNo(pixel));
   }
   static double GetPixelElevation(const Kz::_PixelNumber* pixel) {
+    const KzGeometry* built = BuiltInstance(pixel);
+    if (built) return built->fPixelElevation[pixel->fBits.fPixelNo - 1];
     return GetPixelElevation(pixel->fBits.fEyeNo, pixel->fBits.fMirrorNo, Kz::GetColumnNo(pixel),
                              Kz::GetRowNo(pixel));
   }
@@ -186,9 +190,20 @@ class KzGeometry {
   [[noreturn]] static void ThrowRangeError(const char* text);
 
   // A built instance that GetInstance would return without logging or building; else null.
+  // Entries are set only once the class is initialised.
   static const KzGeometry* BuiltInstance(unsigned int abs_tel_id) {
-    if (!fgClassInitialized || fgPrintLevel > 1 || abs_tel_id >= kNTELESCOPES) return nullptr;
+    if (fgPrintLevel > 1 || abs_tel_id >= kNTELESCOPES) return nullptr;
     return fgGeometry[abs_tel_id];
+  }
+  // The built instance of a valid packed pixel of the 440, whose column-major table index is
+  // its pixel number - 1; null when the checked path has to decide.
+  static const KzGeometry* BuiltInstance(const Kz::_PixelNumber* pixel) {
+    const unsigned int eye = pixel->fBits.fEyeNo, mirror = pixel->fBits.fMirrorNo;
+    const unsigned int number = pixel->fBits.fPixelNo;
+    if (eye < Kz::kKZ_FIRST_EYE || eye > Kz::kKZ_LAST_EYE) return nullptr;
+    if (mirror < Kz::kEYE_FIRST_MIRROR || mirror > Kz::kEYE_LAST_MIRROR) return nullptr;
+    if (number < Kz::kMI_FIRST_PIXEL || number > Kz::kMI_LAST_PIXEL) return nullptr;
+    return BuiltInstance(Kz::GetKzMirrorNo(eye, mirror));
   }
   // Index of (column, row) in a pixel table; the column is checked first.
   static unsigned int PixelIndex(unsigned int column, unsigned int row) {

@@ -75,7 +75,10 @@ class KzGeometryLogged : public ::testing::Test {
     ErrorLogger::GetInstance().SetStream(&fLog);
   }
   // The exit handler may still log after the test: never into this object.
-  void TearDown() override { ErrorLogger::GetInstance().SetStream(&std::clog); }
+  void TearDown() override {
+    ErrorLogger::GetInstance().SetStream(&std::clog);
+    KzGeometry::SetPrintLevel(1);
+  }
   std::string Log() const { return fLog.str(); }
   void ClearLog() { fLog.str(""); }
 
@@ -440,6 +443,7 @@ TEST_F(KzGeometryPixel, LookupsServeTheTelescopesTables) {
 }
 
 TEST_F(KzGeometryPixel, PackedNumbersOutsideTheCameraAreRefused) {
+  KzGeometry::GetInstance(2, 4);
   Kz::PixelNumberRec pixel{};
   Kz::SetEyeNo(&pixel, 2);
   Kz::SetMirrorNo(&pixel, 4);
