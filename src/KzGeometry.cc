@@ -203,13 +203,14 @@ const float KzGeometry::fgDefaultPixelElevation[Kz::kMI_NPIXELS] = {
     18.42f, 19.61f, 20.93f, 22.10f, 23.44f, 24.60f, 25.94f, 27.09f, 28.43f};
 
 unsigned int KzGeometry::_CameraPointingRec::CalculateHash() const {
+  if (fElevation < 0) throw std::logic_error("Negative elevation angle is not supportet!");
+  // Stepping by 360 would never end on these.
   if (!std::isfinite(fAzimuth) || !std::isfinite(fElevation))
     throw std::invalid_argument("Axis angle is not a finite number!");
   // fmod only shortens the stepping for far-off angles; it is exact in (-360, 720).
   double azimuth = std::fmod(fAzimuth, 360.0);
   while (azimuth < 0) azimuth += 360.0;
   while (azimuth >= 360.0) azimuth -= 360.0;
-  if (fElevation < 0) throw std::logic_error("Negative elevation angle is not supportet!");
   double elevation = std::fmod(fElevation, 90.0);
   while (elevation >= 90.0) elevation -= 90.0;
   // The two parts overlap (elevation up to 89999, azimuth in steps of 10000): on purpose.
