@@ -21,8 +21,8 @@ class KzGeometry {
   static constexpr unsigned int kNLOFT_TELESCOPES = 3;
   static constexpr unsigned int kNTILT_SLOTS = 3;        // tilted down, tilted up, default
   static constexpr unsigned int kLOFT_DEFAULT_SLOT = 2;  // slot of the default position
-  static constexpr unsigned int kAXIS_INSTANCE_ID =
-      99;  // fTelescopeId of an instance built for an axis
+  // fTelescopeId of an instance built for an axis rather than a telescope.
+  static constexpr unsigned int kAXIS_INSTANCE_ID = 99;
 
   // A telescope axis in degrees; also the key of the instance map.
   struct _CameraPointingRec {
@@ -33,7 +33,8 @@ class KzGeometry {
     constexpr _CameraPointingRec(double azimuth, double elevation)
         : fHashValue(0), fAzimuth(azimuth), fElevation(elevation) {}
     // Azimuth hundredths (0..360) and elevation thousandths (0..90) folded into one number,
-    // stored in fHashValue; throws std::logic_error for a negative elevation.
+    // stored in fHashValue; throws std::logic_error for a negative elevation and
+    // std::invalid_argument for an angle that is not finite.
     unsigned int CalculateHash() const;
     // The cached hash, computed first while it is 0.
     unsigned int GetHashValue() const { return fHashValue ? fHashValue : CalculateHash(); }
