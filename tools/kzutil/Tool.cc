@@ -1,7 +1,11 @@
 #include "Tool.h"
 
+#include <algorithm>
 #include <cctype>
 #include <iostream>
+#include <map>
+
+#include "Inifile.h"
 
 namespace KzTool {
 
@@ -24,6 +28,14 @@ Pending& ThePending() {
 ErrorLogger::ESeverityLevel& TheLogLevel() {
   static ErrorLogger::ESeverityLevel level = ErrorLogger::eError;
   return level;
+}
+
+const std::map<std::string, ErrorLogger::ESeverityLevel>& SeverityTags() {
+  static const std::map<std::string, ErrorLogger::ESeverityLevel> tags = {
+      {"DBG", ErrorLogger::eDebug}, {"INF", ErrorLogger::eInfo},     {"WRN", ErrorLogger::eWarning},
+      {"ERR", ErrorLogger::eError}, {"CRI", ErrorLogger::eCritical}, {"SEV", ErrorLogger::eSevere},
+      {"FAT", ErrorLogger::eFatal}};
+  return tags;
 }
 
 bool IsTagged(const std::string& line) {
@@ -99,6 +111,11 @@ LogCapture::~LogCapture() {
   logger.SetLoggingLevel(fPreviousLevel, true);
 }
 
+ErrorLogger::ESeverityLevel LogLine::Severity() const {
+  const auto known = SeverityTags().find(fTag);
+  return known == SeverityTags().end() ? ErrorLogger::eFatal : known->second;
+}
+
 std::vector<LogLine> LogCapture::Lines() const {
   std::vector<LogLine> lines;
   std::istringstream text(fBuffer.str());
@@ -127,6 +144,44 @@ void CheckedByLibrary(const std::function<void()>& call) {
   }
   if (!logged.empty()) throw UsageError(logged.front().fText);
   if (!thrown.empty()) throw UsageError(thrown);
+}
+
+void ForwardToLog(const std::vector<LogLine>& lines) {
+  std::ostream& log = Singleton<ErrorLogger>::GetInstance().GetStream(ErrorLogger::eFatal);
+  for (const LogLine& line : lines)
+    log << (line.fTag.empty() ? "" : line.fTag + ":") << line.fText << std::endl;
+}
+
+std::string LocateIni(const std::string& name, std::vector<std::string>* tried) {
+  static const std::string kMiss = "Inifile::Locate() - could not find ";
+  static const std::string kNowhere = " in any directory !!!";
+  if (name.empty()) throw UsageError("the ini file name is empty");
+  std::string path;
+  std::vector<LogLine> lines;
+  {
+    LogCapture capture(std::min(LogLevel(), ErrorLogger::eWarning));
+    path = KzUtil::Inifile::Locate(name.c_str());
+    lines = capture.Lines();
+  }
+  std::vector<LogLine> others;
+  for (const LogLine& line : lines) {
+    const bool miss = line.fText.rfind(kMiss, 0) == 0;
+    const bool nowhere =
+        miss && line.fText.size() >= kNowhere.size() &&
+        line.fText.compare(line.fText.size() - kNowhere.size(), kNowhere.size(), kNowhere) == 0;
+    if (miss && !nowhere && tried) tried->push_back(line.fText.substr(kMiss.size()));
+    if (!miss && line.Severity() >= LogLevel()) others.push_back(line);
+  }
+  ForwardToLog(others);
+  return path;
+}
+
+std::string LocateIniOrFail(const std::string& name) {
+  const std::string path = LocateIni(name);
+  if (path.empty())
+    throw QueryFailed("cannot find " + name + " along the ini search path (see kzutil ini locate " +
+                      name + ")");
+  return path;
 }
 
 ErrorLogger::ESeverityLevel LogLevel() { return TheLogLevel(); }

@@ -65,6 +65,8 @@ const CLI::Validator& UnsignedNumber();
 struct LogLine {
   std::string fTag;   // "ERR", "WRN", ... or empty when the line had none
   std::string fText;  // the message, e.g. "KzConfig::KzConfig() - ..."
+  // The severity of the tag; untagged and unknown lines count as fatal.
+  KzUtil::ErrorLogger::ESeverityLevel Severity() const;
 };
 
 // Collects the library's log lines from construction to destruction instead of
@@ -87,9 +89,18 @@ class LogCapture {
 // it logs, becomes a UsageError carrying the library's own message.
 void CheckedByLibrary(const std::function<void()>& call);
 
+// Writes captured lines to the log stream, as the library would have written them.
+void ForwardToLog(const std::vector<LogLine>& lines);
+
 // The lowest severity of library lines that reach stderr (global --log-level).
 KzUtil::ErrorLogger::ESeverityLevel LogLevel();
 void SetLogLevel(KzUtil::ErrorLogger::ESeverityLevel level);
+
+// Ini search along the library's path. Its own "could not find" lines are kept in
+// tried (the places it looked at, in order); other library lines go on to stderr.
+std::string LocateIni(const std::string& name, std::vector<std::string>* tried = nullptr);
+// The full path of an ini file along the search path; QueryFailed when it is nowhere.
+std::string LocateIniOrFail(const std::string& name);
 
 }  // namespace KzTool
 

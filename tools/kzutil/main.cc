@@ -24,7 +24,10 @@ const std::map<std::string, ErrorLogger::ESeverityLevel>& LevelNames() {
 // Help and --version end the parse with an "error" that is a success.
 int ReportParseError(const CLI::App& app, const CLI::ParseError& e) {
   if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(e);
-  KzTool::PrintDiagnostic("usage error", std::string(e.what()) + " (see kzutil --help)");
+  const std::vector<std::string> unused = app.remaining(true);
+  const std::string what =
+      unused.empty() ? e.what() : "unknown subcommand or argument '" + unused.front() + "'";
+  KzTool::PrintDiagnostic("usage error", what + " (see kzutil --help)");
   return KzTool::kExitUsage;
 }
 
@@ -52,6 +55,9 @@ int main(int argc, char** argv) {
   AddGlobalOptions(app);
   KzTool::AddTimeCommand(app);
   KzTool::AddNumberCommand(app);
+  KzTool::AddFovCommand(app);
+  KzTool::AddDisplayCommand(app);
+  KzTool::AddIniCommand(app);
   app.footer(
       "Library log lines (\"ERR:Class::Method() - ...\") go to stderr from --log-level on.\n"
       "Exit status: 0 success, 1 a failed query or finding, 2 a usage error.\n"
