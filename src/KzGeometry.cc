@@ -1,19 +1,36 @@
 #include "KzGeometry.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
+#include <string>
 
 #include "ErrorLogger.h"
+#include "InifileChain.h"
 
 namespace KzUtil {
 
 namespace {
 
 constexpr double kAxisTolerance = 0.001;  // degrees; smaller axis changes are ignored
+constexpr const char* kGEOMETRY_GROUP = "Geometry";
+
+// The next (azimuth, elevation) pair of a LOFT entry: its first pair when key is given, else
+// the pair after the one read last. axis is left alone unless both numbers are read.
+bool ReadAnglePair(InifileChain& inifile, const char* key, KzGeometry::_CameraPointingRec& axis) {
+  int status = 0;
+  const double azimuth =
+      key ? inifile.GetFirstFloat(key, 0.0, &status) : inifile.GetNextFloat(0.0, &status);
+  if (status != 0) return false;
+  const double elevation = inifile.GetNextFloat(0.0, &status);
+  if (status != 0) return false;
+  axis = KzGeometry::_CameraPointingRec(azimuth, elevation);
+  return true;
+}
 
 }  // namespace
 
@@ -494,5 +511,79 @@ void KzGeometry::SetGetAxisFunction(unsigned int abs_tel_id, GetAxisFunc_t func)
 }
 
 void KzGeometry::ThrowRangeError(const char* text) { throw std::range_error(text); }
+
+bool KzGeometry::SelectGeometryGroup(InifileChain& inifile, const char* caller) {
+  if (inifile.SpecifyGroup(kGEOMETRY_GROUP) == 0) return true;
+  KZ_LOG(ErrorLogger::eWarning, caller << " - "
+                                       << "Section [" << kGEOMETRY_GROUP << "] not found !!!");
+  return false;
+}
+
+bool KzGeometry::ReadCameraPointing(InifileChain& inifile) {
+  if (!fgClassInitialized) InitializeClass();
+  if (fgPrintLevel > 1) KZ_LOG(ErrorLogger::eDebug, "KzGeometry::ReadCameraPointing() -");
+  if (!SelectGeometryGroup(inifile, "KzGeometry::ReadCameraPointing()")) return false;
+  for (unsigned int id = 1; id < kNTELESCOPES; ++id) ReadAxisEntry(inifile, id);
+  ReadCameraPointing4LOFT(inifile);
+  return true;
+}
+
+void KzGeometry::ReadAxisEntry(InifileChain& inifile, unsigned int abs_tel_id) {
+  double azimuth, elevation;
+  GetTelescopeAxis(abs_tel_id, azimuth, elevation);
+  const std::string key = "axis" + std::to_string(abs_tel_id);
+  int missing = 0;
+  std::string mode = inifile.GetFirstString(key.c_str(), "", &missing);
+  if (missing) {
+    // The search may have run into the end of the file, where the reader stays until the
+    // group is selected again; and a next value would come from some other line.
+    inifile.SpecifyGroup(kGEOMETRY_GROUP);
+    SetTelescopeAxis(abs_tel_id, azimuth, elevation, false);
+    return;
+  }
+  for (char& c : mode) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  const bool automatic = mode == "auto";
+  azimuth = automatic ? inifile.GetNextFloat(azimuth) : inifile.GetFirstFloat(key.c_str(), azimuth);
+  elevation = inifile.GetNextFloat(elevation);
+  if (automatic) ReadAxis("KzGeometry::ReadCameraPointing()", abs_tel_id, azimuth, elevation);
+  SetTelescopeAxis(abs_tel_id, azimuth, elevation, automatic);
+}
+
+bool KzGeometry::ReadCameraPointing4LOFT(InifileChain& inifile) {
+  if (fgPrintLevel > 1) KZ_LOG(ErrorLogger::eDebug, "KzGeometry::ReadCameraPointing4LOFT() -");
+  if (!SelectGeometryGroup(inifile, "KzGeometry::ReadCameraPointing4LOFT()")) return false;
+  for (unsigned int loft = 0; loft < kNLOFT_TELESCOPES; ++loft) ReadLoftEntry(inifile, loft);
+  if (fgPrintLevel > 1) DumpLoftPointing("KzGeometry::ReadCameraPointing4LOFT()");
+  return true;
+}
+
+void KzGeometry::ReadLoftEntry(InifileChain& inifile, unsigned int loft) {
+  const std::string key = "loft" + std::to_string(loft + 1);
+  _CameraPointingRec(&slots)[kNTILT_SLOTS] = fgLoftCameraPointing[loft];
+  if (!ReadAnglePair(inifile, key.c_str(), slots[kLOFT_DOWN_SLOT])) {
+    // A missing key may have left the reader at the end of the file.
+    inifile.SpecifyGroup(kGEOMETRY_GROUP);
+    return;
+  }
+  if (!ReadAnglePair(inifile, nullptr, slots[kLOFT_UP_SLOT])) return;
+  if (!ReadAnglePair(inifile, nullptr, slots[kLOFT_DEFAULT_SLOT])) return;
+  const unsigned int id = kFIRST_LOFT_TELESCOPE + loft;
+  SetTelescopeAxis(id, slots[kLOFT_DEFAULT_SLOT].fAzimuth, slots[kLOFT_DEFAULT_SLOT].fElevation,
+                   fgCameraGeometry[id].fAutomatic);
+}
+
+void KzGeometry::GetTelescopeAxis4LOFT(unsigned int loft_tel_id, double& azimuth, double& elevation,
+                                       ETiltPosition tilt) {
+  if (loft_tel_id < 1 || loft_tel_id > kNLOFT_TELESCOPES) {
+    KZ_LOG(ErrorLogger::eFatal, "KzGeometry::GetTelescopeAxis4LOFT(loft_tel_id= "
+                                    << loft_tel_id << ") - wrong LOFT telescope id!");
+    throw std::logic_error("Illegal LOFT telescope id!");
+  }
+  const unsigned int slot = tilt == kPositionDown ? kLOFT_DOWN_SLOT
+                            : tilt == kPositionUp ? kLOFT_UP_SLOT
+                                                  : kLOFT_DEFAULT_SLOT;
+  azimuth = fgLoftCameraPointing[loft_tel_id - 1][slot].fAzimuth;
+  elevation = fgLoftCameraPointing[loft_tel_id - 1][slot].fElevation;
+}
 
 }  // namespace KzUtil

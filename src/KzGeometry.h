@@ -1,8 +1,8 @@
-// Where the telescopes and every camera pixel look: the built-in axes, the
+// Where the telescopes and every camera pixel look: the built-in or configured axes, the
 // pixel-direction computation and one shared, read-only object per telescope axis.
+//   KzGeometry::ReadCameraPointing(site);  // optional: the axes of an InifileChain's "Geometry"
 //   const KzGeometry& g = KzGeometry::GetInstance(3, 2);  // eye 3, mirror 2
 //   double az = g.GetPixelAzimuth(10, 22), el = g.GetPixelElevation(10, 22);
-//   double el2 = KzGeometry::GetPixelElevation(3, 2, 10, 22);  // the same pixel
 #ifndef KZUTIL_KZGEOMETRY_H
 #define KZUTIL_KZGEOMETRY_H
 
@@ -13,6 +13,16 @@
 
 namespace KzUtil {
 
+class InifileChain;
+
+// Tilt of a LOFT telescope; an unknown tilt counts as the default position.
+enum ETiltPosition : int {
+  kPositionDown = -1,
+  kPositionUnknown = 0,
+  kPositionDefault = 0,
+  kPositionUp = 1
+};
+
 class KzGeometry {
  public:
   static constexpr unsigned int kNTELESCOPES = 28;           // absolute ids 0..27
@@ -20,6 +30,8 @@ class KzGeometry {
   static constexpr unsigned int kFIRST_LOFT_TELESCOPE = 25;  // LOFT telescopes are ids 25..27
   static constexpr unsigned int kNLOFT_TELESCOPES = 3;
   static constexpr unsigned int kNTILT_SLOTS = 3;        // tilted down, tilted up, default
+  static constexpr unsigned int kLOFT_DOWN_SLOT = 0;     // slot of kPositionDown
+  static constexpr unsigned int kLOFT_UP_SLOT = 1;       // slot of kPositionUp
   static constexpr unsigned int kLOFT_DEFAULT_SLOT = 2;  // slot of the default position
   // fTelescopeId of an instance built for an axis rather than a telescope.
   static constexpr unsigned int kAXIS_INSTANCE_ID = 99;
@@ -91,6 +103,12 @@ class KzGeometry {
   static void SetTelescopeAxis(unsigned int abs_tel_id);
   // Registers the axis reader of telescope 1..27; null removes it.
   static void SetGetAxisFunction(unsigned int abs_tel_id, GetAxisFunc_t func);
+  // Applies "axis1".."axis27" ("az el" or "auto az el") and "loft1".."loft3" of group
+  // "Geometry"; false, changing nothing, when no file of the chain has the group.
+  static bool ReadCameraPointing(InifileChain& inifile);
+  // The axis of LOFT telescope 1..3 in a tilt position, as last configured.
+  static void GetTelescopeAxis4LOFT(unsigned int loft_tel_id, double& azimuth, double& elevation,
+                                    ETiltPosition tilt);
 
   // Direction of a pixel of the reference camera, column 1..20, row 1..22.
   static double GetPixelAzimuth0(unsigned int column, unsigned int row) {
@@ -164,6 +182,9 @@ class KzGeometry {
                        double& elevation);
   // Logs fgLoftCameraPointing on behalf of caller.
   static void DumpLoftPointing(const char* caller);
+  // Reads "loft1".."loft3" of group "Geometry" into fgLoftCameraPointing; a complete default
+  // pair also becomes the telescope's axis. False when the group is missing.
+  static bool ReadCameraPointing4LOFT(InifileChain& inifile);
 
   static bool fgClassInitialized;    // set once by InitializeClass
   static unsigned int fgPrintLevel;  // 1 = basic, 2 = debug and dumps
@@ -189,6 +210,12 @@ class KzGeometry {
   // Enters this instance in the map, warning on behalf of caller if its axis is there already.
   void EnterMap(const char* caller);
   [[noreturn]] static void ThrowRangeError(const char* text);
+  // SpecifyGroup("Geometry"); warns on behalf of caller when no file has it.
+  static bool SelectGeometryGroup(InifileChain& inifile, const char* caller);
+  // Applies the "axis" entry of telescope 1..27 from the selected group.
+  static void ReadAxisEntry(InifileChain& inifile, unsigned int abs_tel_id);
+  // Stores the complete (azimuth, elevation) pairs of the "loft" entry of LOFT index 0..2.
+  static void ReadLoftEntry(InifileChain& inifile, unsigned int loft);
 
   // A built instance that GetInstance would return without logging or building; else null.
   // Entries are set only once the class is initialised.
