@@ -44,7 +44,8 @@ class Inifile {
   virtual const char* GetNextString(const char* def_string, int* error = NULL);
   virtual int GetNextValue(int* error = NULL);
   virtual int GetNextValue(int def_value, int* error = NULL);
-  // 0 when "[group]" was found and a line follows it, else -1.
+  // 0 when "[group]" was found and a line follows it, else -1. Once any read ran
+  // into the end of the file, selections and lookups fail until the file is reopened.
   virtual int SpecifyGroup(const char* group);
 
   // Rewinds to the start of the file; a stream stuck at its end stays stuck.
@@ -125,7 +126,7 @@ class Inifile {
 
     int fFd;                          // -1 while closed
     std::ios::iostate fState;         // as an istream's
-    std::unique_ptr<char[]> fBuffer;  // kBUFFER_SIZE bytes of the file from fBufferStart
+    std::unique_ptr<char[]> fBuffer;  // a window of the file starting at fBufferStart
     off_t fBufferStart;               // file offset of fBuffer[0]
     std::size_t fBufferLength;        // valid bytes in fBuffer
     std::size_t fBufferPos;           // read position inside fBuffer
