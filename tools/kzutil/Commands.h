@@ -12,11 +12,12 @@
 
 namespace KzTool {
 
-void AddTimeCommand(CLI::App& app);     // GPS and Unix seconds, leap seconds
-void AddNumberCommand(CLI::App& app);   // detector numbering conversions
-void AddFovCommand(CLI::App& app);      // cameras on the sky as a picture
-void AddDisplayCommand(CLI::App& app);  // one camera's pixel values as a picture
-void AddIniCommand(CLI::App& app);      // ini get, locate and check
+void AddTimeCommand(CLI::App& app);      // GPS and Unix seconds, leap seconds
+void AddGeometryCommand(CLI::App& app);  // pixel and camera directions
+void AddNumberCommand(CLI::App& app);    // detector numbering conversions
+void AddFovCommand(CLI::App& app);       // cameras on the sky as a picture
+void AddDisplayCommand(CLI::App& app);   // one camera's pixel values as a picture
+void AddIniCommand(CLI::App& app);       // ini get, locate and check
 
 }  // namespace KzTool
 

@@ -5,6 +5,7 @@
 #include "Commands.h"
 #include "KzConfig.h"
 #include "KzNumbering.h"
+#include "NumberCommand.h"
 #include "Tool.h"
 
 namespace KzTool {
@@ -60,18 +61,6 @@ void SetCameraPixel(const NumberArgs& args, Kz::PixelNumberRec& pixel) {
   }
 }
 
-// The eye-local address of a Kz pixel, through the Kz pixel record's own accessors.
-Kz::PixelNumberRec FromKzPixel(unsigned int kzPixel) {
-  CheckRange(kzPixel, Kz::kKZ_FIRST_PIXEL, Kz::kKZ_NMIRRORS * Kz::kMI_NEXTPIXELS, "Kz pixel");
-  Kz::KzPixelNumberRec kz{};
-  Kz::SetPixelNo(&kz, kzPixel);
-  Kz::PixelNumberRec pixel{};
-  Kz::SetEyeNo(&pixel, Kz::GetEyeNo(&kz));
-  Kz::SetMirrorNo(&pixel, Kz::GetEyeMirrorNo(&kz));
-  Kz::SetPixelNo(&pixel, Kz::GetMirrorPixelNo(&kz));
-  return pixel;
-}
-
 void Field(Result& result, const char* label, const char* key, unsigned int value,
            const std::string& note = "") {
   result.fText << std::left << std::setw(11) << label << value << note << "\n";
@@ -106,7 +95,7 @@ void Describe(const Kz::PixelNumberRec& pixel, bool withMirror, bool withPixel, 
 }
 
 void Convert(const NumberArgs& args, Result& result) {
-  if (args.fKzPixel) return Describe(FromKzPixel(*args.fKzPixel), true, true, result);
+  if (args.fKzPixel) return Describe(PixelFromKzPixel(*args.fKzPixel), true, true, result);
   const bool withPixel = args.fPixel || args.fColumn || args.fModule;
   if (!args.fEye && !args.fKzMirror)
     throw UsageError(withPixel ? "a pixel needs its mirror: --eye and --mirror, or --kz-mirror"
@@ -128,6 +117,17 @@ CLI::Option* AddNumber(CLI::App* sub, const std::string& name, std::optional<uns
 }
 
 }  // namespace
+
+Kz::PixelNumberRec PixelFromKzPixel(unsigned int kzPixel) {
+  CheckRange(kzPixel, Kz::kKZ_FIRST_PIXEL, Kz::kKZ_NMIRRORS * Kz::kMI_NEXTPIXELS, "Kz pixel");
+  Kz::KzPixelNumberRec kz{};
+  Kz::SetPixelNo(&kz, kzPixel);
+  Kz::PixelNumberRec pixel{};
+  Kz::SetEyeNo(&pixel, Kz::GetEyeNo(&kz));
+  Kz::SetMirrorNo(&pixel, Kz::GetEyeMirrorNo(&kz));
+  Kz::SetPixelNo(&pixel, Kz::GetMirrorPixelNo(&kz));
+  return pixel;
+}
 
 void AddNumberCommand(CLI::App& app) {
   auto args = std::make_shared<NumberArgs>();

@@ -54,6 +54,7 @@ int main(int argc, char** argv) {
       "kzutil");
   AddGlobalOptions(app);
   KzTool::AddTimeCommand(app);
+  KzTool::AddGeometryCommand(app);
   KzTool::AddNumberCommand(app);
   KzTool::AddFovCommand(app);
   KzTool::AddDisplayCommand(app);
