@@ -57,11 +57,6 @@ TEST_F(InifileEntries, FirstLineWithKeyWins) {
   EXPECT_EQ(First("k"), "1");
 }
 
-TEST_F(InifileEntries, ValueIsNeverTakenForKey) {
-  Read("a = k\nk = 2\n");
-  EXPECT_EQ(First("k"), "2");
-}
-
 TEST_F(InifileEntries, KeyWithoutValueIsNotFound) {
   Inifile& ini = Read("flag\nflag = 1\n");
   EXPECT_EQ(First("flag"), "<null>");

@@ -138,12 +138,6 @@ TEST_F(InifileGroups, ReadingUnterminatedLastLineSticksToo) {
   EXPECT_EQ(First(ini, "a"), "<null>");
 }
 
-TEST_F(InifileGroups, HeaderFollowedOnlyByUnterminatedLineSelectsNoGroup) {
-  Inifile ini(Write("[A]\na = 1\n[B]\nb = 2").c_str());
-  EXPECT_EQ(ini.SpecifyGroup("B"), -1);
-  EXPECT_EQ(ini.SpecifyGroup("A"), -1);
-}
-
 TEST_F(InifileGroups, LookupBeforeAnyGroupComplainsOnStandardError) {
   const std::string path = Write("[A]\na = 1 2\n");
   const KzTest::ChildResult child = KzTest::RunInChild([&] {

@@ -109,13 +109,4 @@ TEST_F(InifileLines, BackslashDoesNotContinueLine) {
   EXPECT_EQ(First("b"), "c");
 }
 
-TEST_F(InifileLines, GetLineCleansEachLine) {
-  KzTest::OpenInifile ini(fDir.Write("raw.ini", "a\tb ; c\n\nx#y\nlast").c_str());
-  ini.Reset();
-  EXPECT_EQ(ini.GetLine(), 0u);
-  EXPECT_EQ(ini.GetLine(), 0u);
-  EXPECT_EQ(ini.GetLine(), 0u);
-  EXPECT_EQ(ini.GetLine(), std::string::npos);
-}
-
 }  // namespace

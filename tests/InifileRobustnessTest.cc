@@ -90,13 +90,6 @@ TEST_F(InifileRobustness, MegabyteLineIsReadWhole) {
   EXPECT_STREQ(ini.GetNextString(static_cast<int*>(nullptr)), "tail");
 }
 
-TEST_F(InifileRobustness, MegabyteLineWithoutNewlineIsInvisible) {
-  Inifile ini(fDir.Write("long.ini", "[G]\nk = 1\n" + std::string(1 << 20, 'x')).c_str());
-  ASSERT_EQ(ini.SpecifyGroup("G"), 0);
-  EXPECT_EQ(ini.GetFirstValue("k"), 1);
-  EXPECT_EQ(ini.GetFirstString("x"), nullptr);
-}
-
 TEST_F(InifileRobustness, CrlfFileKeepsCarriageReturns) {
   Inifile ini(fDir.Write("dos.ini", "[G]\r\nname = abc\r\nn = 1 2\r\n[H]\r\n").c_str());
   ASSERT_EQ(ini.SpecifyGroup("G"), 0);

@@ -1,5 +1,5 @@
 // Helpers of the ini file suites: the logger's output caught in a string, and a
-// reader that lets a test reach the protected reopening, line and decoder calls.
+// reader that lets a test reach the protected reopening, search and decoder calls.
 //   LogCapture log;
 //   Inifile ini("x.ini");
 //   EXPECT_NE(log.Text().find("could not find"), std::string::npos);
@@ -41,7 +41,6 @@ class OpenInifile : public KzUtil::Inifile {
   using Inifile::Close;
   using Inifile::Digit2Value;
   using Inifile::Digits2Value;
-  using Inifile::GetLine;
   using Inifile::GetNextCharacter;
   using Inifile::Inifile;
   using Inifile::Open;
