@@ -12,6 +12,7 @@
 
 namespace KzTool {
 
+void AddInfoCommand(CLI::App& app);      // this host as the library sees it
 void AddTimeCommand(CLI::App& app);      // GPS and Unix seconds, leap seconds
 void AddGeometryCommand(CLI::App& app);  // pixel and camera directions
 void AddNumberCommand(CLI::App& app);    // detector numbering conversions

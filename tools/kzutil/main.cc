@@ -1,6 +1,10 @@
 // kzutil: asks the KzUtil library its questions from a shell. Results go to
 // stdout, diagnostics to stderr one line each; exit status 0 success, 1 a failed
 // query or finding, 2 a usage error.
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
 #include <exception>
 #include <map>
 
@@ -41,9 +45,17 @@ void AddGlobalOptions(CLI::App& app) {
   app.fallthrough();
 }
 
+// The library requires HOME; a shell without it (cron, CI) gets the account's home.
+void EnsureHome() {
+  if (std::getenv("HOME")) return;
+  const passwd* account = getpwuid(geteuid());
+  setenv("HOME", account && account->pw_dir ? account->pw_dir : "/", 1);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  EnsureHome();
   ErrorLogger& logger = KzUtil::Singleton<ErrorLogger>::GetInstance();
   logger.SetOption(ErrorLogger::eShowSeverity, true);
   KzTool::SetLogLevel(ErrorLogger::eError);
@@ -53,6 +65,7 @@ int main(int argc, char** argv) {
       "detector numbers, ini files and GPS time.",
       "kzutil");
   AddGlobalOptions(app);
+  KzTool::AddInfoCommand(app);
   KzTool::AddTimeCommand(app);
   KzTool::AddGeometryCommand(app);
   KzTool::AddNumberCommand(app);
