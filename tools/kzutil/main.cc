@@ -73,7 +73,13 @@ int main(int argc, char** argv) {
   KzTool::AddDisplayCommand(app);
   KzTool::AddIniCommand(app);
   app.footer(
-      "Library log lines (\"ERR:Class::Method() - ...\") go to stderr from --log-level on.\n"
+      "Examples:\n"
+      "  kzutil info                    # what the library makes of this host\n"
+      "  kzutil pixel 1 3 10 11         # where pixel (10, 11) of eye 1, mirror 3 looks\n"
+      "  kzutil time show now --gps     # GPS time now, as UTC text\n"
+      "  kzutil ini check KzSite.ini    # traps of a hand-edited ini file\n"
+      "Library log lines (\"ERR:Class::Method() - ...\") go to stderr from --log-level on;\n"
+      "kzutil info shows them in its report instead.\n"
       "Exit status: 0 success, 1 a failed query or finding, 2 a usage error.\n"
       "Run 'kzutil SUBCOMMAND --help' for the options and examples of each subcommand.");
   try {
