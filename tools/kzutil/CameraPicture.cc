@@ -2,12 +2,14 @@
 
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
+#include <fontconfig/fontconfig.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <set>
@@ -261,6 +263,13 @@ Surface CreateSurface(PictureFormat format, FILE* file, unsigned int width, unsi
   return Surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
 }
 
+// Cairo and fontconfig keep their font caches for the whole process; handing them back
+// at exit keeps leak checkers quiet.
+void ReleaseFontCaches() {
+  cairo_debug_reset_static_data();
+  FcFini();
+}
+
 std::string Lowercase(std::string text) {
   for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return text;
@@ -357,11 +366,7 @@ CameraPicture::CameraPicture(const std::vector<CameraView>& cameras) {
   for (const CameraView& view : cameras) axes.push_back(view.fGeometry->GetAxis().fAzimuth);
   const std::vector<double> unwrapped = Unwrapped(axes);
   for (size_t i = 0; i < cameras.size(); ++i) {
-    fCameras.push_back({cameras[i],
-                        unwrapped[i],
-                        cameras[i].fGeometry->GetAxis().fElevation,
-                        {},
-                        {unwrapped[i], 0}});
+    fCameras.push_back({cameras[i], unwrapped[i], {}, {unwrapped[i], -HUGE_VAL}});
     LayOut(i);
   }
 }
@@ -425,6 +430,7 @@ void CameraPicture::Write(const std::string& path, unsigned int width, unsigned 
                   kMARGIN_RIGHT + (fScale ? kCOLOUR_BAR_SPACE : 0),
                   kMARGIN_BOTTOM + (LegendEyes().size() > 1 ? kLEGEND_SPACE : 0));
 
+  [[maybe_unused]] static const int kReleaseAtExit = std::atexit(ReleaseFontCaches);
   OutputFile file(path);
   Surface surface = CreateSurface(format, file.Get(), page.fWidth, page.fHeight);
   cairo_t* cairo = cairo_create(surface.get());
@@ -462,6 +468,7 @@ void CameraPicture::Draw(cairo_t* cairo, const Page& page) const {
   DrawPixels(cairo, page);
   DrawOutlines(cairo, page);
   if (fShowPixelNumbers) DrawPixelNumbers(cairo, page);
+  DrawLabels(cairo, page);
   if (fScale) DrawColourBar(cairo, page);
   if (LegendEyes().size() > 1) DrawLegend(cairo, page);
   cairo_set_source_rgb(cairo, 0, 0, 0);
@@ -537,8 +544,6 @@ void CameraPicture::DrawPixels(cairo_t* cairo, const Page& page) const {
 void CameraPicture::DrawOutlines(cairo_t* cairo, const Page& page) const {
   cairo_set_line_width(cairo, 1.5);
   cairo_set_line_cap(cairo, CAIRO_LINE_CAP_ROUND);
-  SetFont(cairo, kLABEL_FONT, true);
-  std::vector<std::array<double, 4>> labels;  // left, top, right, bottom of those written
   for (const Layout& camera : fCameras) {
     const Colour colour = EyeColour(camera.fView.fTelescopeId);
     SetColour(cairo, {colour.fRed * 0.6, colour.fGreen * 0.6, colour.fBlue * 0.6});
@@ -547,18 +552,33 @@ void CameraPicture::DrawOutlines(cairo_t* cairo, const Page& page) const {
            page.Y(camera.fOutlineEdges[i].fElevation), page.X(camera.fOutlineEdges[i + 1].fAzimuth),
            page.Y(camera.fOutlineEdges[i + 1].fElevation));
     cairo_stroke(cairo);
-    // Labels of overlapping cameras move up until they are clear of the others.
+  }
+}
+
+// Each label above its camera on a light box; labels of overlapping cameras move up
+// until they are clear of the others.
+void CameraPicture::DrawLabels(cairo_t* cairo, const Page& page) const {
+  SetFont(cairo, kLABEL_FONT, true);
+  std::vector<std::array<double, 4>> boxes;  // left, top, right, bottom of those written
+  for (const Layout& camera : fCameras) {
+    if (camera.fView.fLabel.empty()) continue;
     cairo_text_extents_t extents;
     cairo_text_extents(cairo, camera.fView.fLabel.c_str(), &extents);
     const double x = page.X(camera.fTop.fAzimuth), halfWidth = extents.width / 2 + 3;
-    double bottom = page.Y(camera.fTop.fElevation) - 5;
+    const double height = extents.height + 4;
+    double bottom = page.Y(camera.fTop.fElevation) - 3;
     const auto overlaps = [&](const std::array<double, 4>& box) {
-      return x - halfWidth < box[2] && x + halfWidth > box[0] && bottom - extents.height < box[3] &&
+      return x - halfWidth < box[2] && x + halfWidth > box[0] && bottom - height < box[3] &&
              bottom > box[1];
     };
-    while (std::any_of(labels.begin(), labels.end(), overlaps)) bottom -= extents.height + 3;
-    labels.push_back({x - halfWidth, bottom - extents.height, x + halfWidth, bottom});
-    ShowText(cairo, x, bottom, camera.fView.fLabel, 0.5, 1);
+    while (std::any_of(boxes.begin(), boxes.end(), overlaps)) bottom -= height + 1;
+    boxes.push_back({x - halfWidth, bottom - height, x + halfWidth, bottom});
+    cairo_set_source_rgba(cairo, 1, 1, 1, 0.85);
+    cairo_rectangle(cairo, x - halfWidth, bottom - height, 2 * halfWidth, height);
+    cairo_fill(cairo);
+    const Colour colour = EyeColour(camera.fView.fTelescopeId);
+    SetColour(cairo, {colour.fRed * 0.6, colour.fGreen * 0.6, colour.fBlue * 0.6});
+    ShowText(cairo, x, bottom - 2, camera.fView.fLabel, 0.5, 1);
   }
 }
 

@@ -2,7 +2,7 @@
 // (azimuth, elevation), cameras outlined and labelled, azimuth and elevation axes
 // with ticks and grid; optionally one camera filled with values and a colour bar.
 // The file's extension (.png, .svg, .pdf) selects the format.
-//   CameraPicture picture({{3, &KzGeometry::GetInstance(3u), "3  eye 1/3"}});
+//   CameraPicture picture({{3, &KzGeometry::GetInstance(3u), "3: eye 1 mirror 3"}});
 //   picture.Write("fov.png", 800, 0);  // the height follows from the picture's aspect
 #ifndef KZUTIL_TOOLS_KZUTIL_CAMERAPICTURE_H
 #define KZUTIL_TOOLS_KZUTIL_CAMERAPICTURE_H
@@ -90,7 +90,7 @@ class CameraPicture {
   // A camera as laid out: its pixels and its outline.
   struct Layout {
     CameraView fView;                     // what was asked for
-    double fAzimuth, fElevation;          // axis, azimuth unwrapped
+    double fAzimuth;                      // of the axis, unwrapped
     std::vector<SkyPoint> fOutlineEdges;  // pairs of end points of the outer hexagon edges
     SkyPoint fTop;                        // highest point of the camera, for its label
   };
@@ -101,6 +101,7 @@ class CameraPicture {
   void DrawAxes(cairo_t* cairo, const Page& page) const;
   void DrawPixels(cairo_t* cairo, const Page& page) const;
   void DrawOutlines(cairo_t* cairo, const Page& page) const;
+  void DrawLabels(cairo_t* cairo, const Page& page) const;
   void DrawPixelNumbers(cairo_t* cairo, const Page& page) const;
   void DrawColourBar(cairo_t* cairo, const Page& page) const;
   void DrawLegend(cairo_t* cairo, const Page& page) const;

@@ -9,6 +9,7 @@
 
 #include "CameraPicture.h"
 #include "Commands.h"
+#include "InifileChain.h"
 #include "KzConfig.h"
 #include "KzGeometry.h"
 #include "KzNumbering.h"
@@ -33,6 +34,8 @@ struct PictureArgs {
 struct FovArgs {
   PictureArgs fPicture;
   std::optional<unsigned int> fEye, fMirror;  // none: every telescope
+  std::string fConfig;                        // ini file with group "Geometry", or empty
+  std::string fTilt;                          // "up", "down", or empty: the LOFT's current axis
 };
 
 struct DisplayArgs {
@@ -72,11 +75,35 @@ std::string CameraName(unsigned int telescope) {
          std::to_string(Kz::GetMirrorNoFromKzMirrorNo(telescope));
 }
 
+// Applies the telescope axes of an ini file's group "Geometry".
+void ReadPointing(const std::string& name) {
+  const std::string path = LocateIniOrFail(name);
+  KzUtil::InifileChain chain(path.c_str());
+  bool found = false;
+  try {
+    found = KzGeometry::ReadCameraPointing(chain);
+  } catch (const std::exception& e) {
+    throw QueryFailed(path + ": " + e.what());
+  }
+  if (!found) throw QueryFailed("no group [Geometry] in " + path);
+}
+
+// The geometry of a telescope; a LOFT telescope's in the given tilt, unless that is empty.
+const KzGeometry& GeometryOf(unsigned int telescope, const std::string& tilt) {
+  if (tilt.empty() || telescope < KzGeometry::kFIRST_LOFT_TELESCOPE)
+    return KzGeometry::GetInstance(telescope);
+  KzGeometry::CameraPointing_t axis;
+  KzGeometry::GetTelescopeAxis4LOFT(telescope - KzGeometry::kFIRST_LOFT_TELESCOPE + 1,
+                                    axis.fAzimuth, axis.fElevation,
+                                    tilt == "up" ? KzUtil::kPositionUp : KzUtil::kPositionDown);
+  return KzGeometry::GetInstance(axis);
+}
+
 // The camera labelled with its absolute id, and with its eye and mirror where there is room.
-CameraView ViewOf(unsigned int telescope, bool longLabel) {
+CameraView ViewOf(unsigned int telescope, const std::string& tilt, bool longLabel) {
   std::string label = std::to_string(telescope);
   if (longLabel) label += ": " + CameraName(telescope);
-  return {telescope, &KzGeometry::GetInstance(telescope), label};
+  return {telescope, &GeometryOf(telescope, tilt), label};
 }
 
 // Draws the picture and reports it: file, size, cameras and where each pixel went.
@@ -117,6 +144,7 @@ void WritePicture(CameraPicture& picture, const std::vector<CameraView>& views,
 
 void DrawFieldOfView(const FovArgs& args, Result& result) {
   FormatOfPath(args.fPicture.fOutput);
+  if (!args.fConfig.empty()) ReadPointing(args.fConfig);
   std::vector<unsigned int> telescopes;
   if (args.fMirror) {
     telescopes.push_back(TelescopeOf(*args.fEye, *args.fMirror));
@@ -131,7 +159,7 @@ void DrawFieldOfView(const FovArgs& args, Result& result) {
   }
   std::vector<CameraView> views;
   for (unsigned int telescope : telescopes)
-    views.push_back(ViewOf(telescope, args.fEye.has_value()));
+    views.push_back(ViewOf(telescope, args.fTilt, args.fEye.has_value()));
 
   std::string title = "Field of view: ";
   if (args.fMirror)
@@ -140,6 +168,8 @@ void DrawFieldOfView(const FovArgs& args, Result& result) {
     title += "eye " + std::to_string(*args.fEye) + " (" + KzUtil::GetEyeName(*args.fEye) + ")";
   else
     title += "all telescopes";
+  const bool loft = telescopes.back() >= KzGeometry::kFIRST_LOFT_TELESCOPE;
+  if (loft && !args.fTilt.empty()) title += ", LOFT tilted " + args.fTilt;
   CameraPicture picture(views);
   picture.SetTitle(args.fPicture.fTitle.value_or(title));
   WritePicture(picture, views, args.fPicture, result);
@@ -320,6 +350,11 @@ void AddFovCommand(CLI::App& app) {
   CLI::Option* all = sub->add_flag("--all", "Every telescope (the default)");
   mirror->needs(eye);
   all->excludes(eye)->excludes(mirror);
+  sub->add_option(
+      "--config", args->fConfig,
+      "Ini file (found along the ini search path) whose group [Geometry] sets the axes");
+  sub->add_option("--tilt", args->fTilt, "Draw the LOFT telescopes tilted up or down")
+      ->check(CLI::IsMember({"up", "down"}));
   AddPictureOptions(sub, args->fPicture);
   sub->footer(
       "Azimuth increases to the left, as on the sky seen from the eye; azimuths are drawn\n"
@@ -327,7 +362,8 @@ void AddFovCommand(CLI::App& app) {
       "Examples:\n"
       "  kzutil fov --eye 1 -o eye1.png\n"
       "  kzutil fov --eye 3 --mirror 2 --ids -o camera.svg   # check the pixel numbering\n"
-      "  kzutil fov --all --width 2400 -o all.pdf");
+      "  kzutil fov --all --width 2400 -o all.pdf\n"
+      "  kzutil fov --eye 5 --tilt down --config KzSite.ini -o loft.png");
   SetAction(sub, [args](Result& result) { DrawFieldOfView(*args, result); });
 }
 
