@@ -1,8 +1,7 @@
 // kzutil fov and display: the pictures are read back as PNG images, SVG documents
 // and PDF files and checked for their size, their hexagons and their colours.
 #include <cairo.h>
-#include <libxml/parser.h>
-#include <libxml/tree.h>
+#include <expat.h>
 
 #include <cmath>
 #include <cstdint>
@@ -46,39 +45,41 @@ struct Point {
 
 // An SVG file parsed as XML: its hexagons (closed paths of six corners outside <defs>)
 // and its glyph uses (one per character written).
-struct Svg {
-  bool fParsed = false;
-  std::vector<std::vector<Point>> fHexagons;
-  size_t fGlyphs = 0;
+class Svg {
+ public:
+  bool fParsed = false;                       // a well-formed XML document
+  std::vector<std::vector<Point>> fHexagons;  // corners of each, in page units
+  size_t fGlyphs = 0;                         // <use> elements
 
   explicit Svg(const std::string& path) {
-    xmlDocPtr document = xmlReadFile(path.c_str(), nullptr, XML_PARSE_NONET | XML_PARSE_HUGE);
-    if (!document) return;
-    fParsed = true;
-    Walk(xmlDocGetRootElement(document));
-    xmlFreeDoc(document);
+    const std::string text = ReadFile(path);
+    std::unique_ptr<XML_ParserStruct, void (*)(XML_Parser)> parser(XML_ParserCreate(nullptr),
+                                                                   XML_ParserFree);
+    XML_SetUserData(parser.get(), this);
+    XML_SetElementHandler(parser.get(), Start, End);
+    fParsed = !text.empty() && XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()),
+                                         1) == XML_STATUS_OK;
   }
 
  private:
-  void Walk(xmlNodePtr node) {
-    for (; node; node = node->next) {
-      if (node->type != XML_ELEMENT_NODE) continue;
-      const std::string name = reinterpret_cast<const char*>(node->name);
-      if (name == "defs") continue;
-      if (name == "use") ++fGlyphs;
-      if (name == "path") AddIfHexagon(node);
-      Walk(node->children);
-    }
+  static void Start(void* data, const XML_Char* name, const XML_Char** attributes) {
+    Svg& svg = *static_cast<Svg*>(data);
+    const std::string element = name;
+    if (element == "defs") ++svg.fInDefs;
+    if (svg.fInDefs) return;
+    if (element == "use") ++svg.fGlyphs;
+    if (element != "path") return;
+    for (const XML_Char** a = attributes; *a; a += 2)
+      if (std::string(a[0]) == "d") svg.AddIfHexagon(a[1]);
   }
-  void AddIfHexagon(xmlNodePtr node) {
-    xmlChar* d = xmlGetProp(node, reinterpret_cast<const xmlChar*>("d"));
-    if (!d) return;
+  static void End(void* data, const XML_Char* name) {
+    if (std::string(name) == "defs") --static_cast<Svg*>(data)->fInDefs;
+  }
+  void AddIfHexagon(const std::string& d) {
     static const std::regex hexagon(
         "M ([-0-9.]+) ([-0-9.]+)(?: L ([-0-9.]+) ([-0-9.]+)){5} Z M [-0-9. ]+");
-    const std::string text = reinterpret_cast<const char*>(d);
-    xmlFree(d);
-    if (!std::regex_match(text, hexagon)) return;
-    std::istringstream words(text);
+    if (!std::regex_match(d, hexagon)) return;
+    std::istringstream words(d);
     std::vector<Point> corners;
     std::string command;
     for (int i = 0; i < 6 && words >> command; ++i) {
@@ -88,6 +89,8 @@ struct Svg {
     }
     fHexagons.push_back(corners);
   }
+
+  int fInDefs = 0;  // depth of <defs> elements around the current one
 };
 
 // Runs kzutil with the given arguments in dir (relative paths are dir's).
