@@ -23,15 +23,14 @@ int main() {
   KZ_LOG(ErrorLogger::eFatal,
          "frame_example - a fatal condition (the logger never ends the program)");
 
-  const unsigned int kTimes[] = {1341100799, 1341100800, 1341100815, 1700000000};
-  for (unsigned int unixTime : kTimes) {
-    const unsigned int gps = TimeConvert::GetGPSTimeFromUnixTime(unixTime);
-    std::cout << "Unix " << unixTime << " -> GPS " << gps << " ("
+  // Around the leap second at the end of 2012-06-30: GPS counts it, Unix time does not.
+  for (unsigned int gps : {1025136014u, 1025136015u, 1025136016u})
+    std::cout << "GPS " << gps << " -> Unix " << TimeConvert::GetUnixTimeFromGPSTime(gps) << " ("
               << TimeConvert::GetTimeStringFromGPSTime(gps, "%Y-%m-%d %H:%M:%S") << " UTC)"
               << std::endl;
-  }
-  std::cout << "GPS 1025136015 is " << TimeConvert::GetTimeStringFromGPSTime(1025136015, "")
-            << std::endl;
+  for (unsigned int unixTime : {1341100798u, 1341100801u, 1700000000u})
+    std::cout << "Unix " << unixTime << " -> GPS " << TimeConvert::GetGPSTimeFromUnixTime(unixTime)
+              << " (" << TimeConvert::GetTimeStringFromUnixTime(unixTime, "") << ")" << std::endl;
   TimeConvert::PrintLeapSecondTable(std::cout);
   return 0;
 }
