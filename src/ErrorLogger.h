@@ -94,6 +94,8 @@ class ErrorLogger : public Singleton<ErrorLogger> {
 
 // The log statement of every call site: the text is only formatted when the
 // severity passes the logger's level. Debug lines carry source file and line.
+// A class gates its statements with its print level as a plain condition:
+//   if (fgPrintLevel > 1) KZ_LOG(ErrorLogger::eDebug, "Kz::Set() - " << value);
 #define KZ_LOG(severity, text)                                                        \
   do {                                                                                \
     const ::KzUtil::ErrorLogger::ESeverityLevel kzSeverity_ = (severity);             \
