@@ -51,14 +51,6 @@ TEST(KzutilNumber, ModuleAndChannelAreColumnAndRowLessOne) {
   EXPECT_EQ(json["kz_pixel"], 12441);
 }
 
-TEST(KzutilNumber, PixelNumberGivesColumnAndRow) {
-  const nlohmann::json json =
-      KzutilRun({"number", "--eye", "1", "--mirror", "1", "--pixel", "440", "--json"}).Json();
-  EXPECT_EQ(json["column"], 20);
-  EXPECT_EQ(json["row"], 22);
-  EXPECT_EQ(json["virtual_channel"], false);
-}
-
 TEST(KzutilNumber, EyeAloneListsItsMirrors) {
   KzutilRun run({"number", "--eye", "5"});
   EXPECT_EQ(run.fExitCode, 0);

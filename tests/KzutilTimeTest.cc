@@ -55,10 +55,6 @@ TEST(KzutilTime, UnixToGpsAsJson) {
   EXPECT_EQ(json["unix"], 1341100801u);
 }
 
-TEST(KzutilTime, GpsEpochIsUnixSecond315964800) {
-  EXPECT_EQ(KzutilRun({"time", "gps2unix", "0"}).fStdout, "315964800\n");
-}
-
 TEST(KzutilTime, ShowPrintsTheLeapSecondAsSecond60) {
   KzutilRun run({"time", "show", "--gps", "1025136015", "--format", "%Y-%m-%d %H:%M:%S"});
   EXPECT_EQ(run.fExitCode, 0);
