@@ -1,8 +1,11 @@
 #include "TimeConvert.h"
 
+#include <algorithm>
 #include <iomanip>
+#include <limits>
 
 #include "ErrorLogger.h"
+#include "InifileChain.h"
 
 namespace KzUtil {
 
@@ -78,6 +81,95 @@ void TimeConvert::PrintLeapSecondTable(std::ostream& ostr) {
     ostr << std::setw(10) << GetUnixTimeFromGPSTime(entry.fGPSTime) << std::setw(12)
          << entry.fGPSTime << std::setw(6) << entry.fNLeapSeconds << std::endl;
   ostr << "===========================================" << std::endl;
+}
+
+void TimeConvert::ReadLeapSecondTable(InifileChain& inifile) {
+  InitLeapSecondTable();
+  if (inifile.SpecifyGroup("LeapSeconds") != 0) {
+    KZ_LOG(ErrorLogger::eWarning,
+           "TimeConvert::ReadLeapSecondTable() - Section [LeapSeconds] not found !!!");
+    return;
+  }
+  std::vector<_LeapSecondEntryRec> entries = ReadLeapSecondEntries(inifile);
+  std::sort(entries.begin(), entries.end(), LeapSecondEntryLess);
+  DropKnownLeapSeconds(entries);
+  if (entries.empty()) {
+    KZ_LOG(ErrorLogger::eWarning,
+           "TimeConvert::ReadLeapSecondTable() - no usable entries found in leap second table!!!");
+    return;
+  }
+  const bool one = entries.size() == 1;
+  KZ_LOG(ErrorLogger::eInfo, "TimeConvert::ReadLeapSecondTable() - there "
+                                 << (one ? "is" : "are") << " " << entries.size() << " "
+                                 << (one ? "entry" : "entries")
+                                 << " to be added to the leap second table");
+  // One at a time: each conversion counts the leap seconds appended before it.
+  for (_LeapSecondEntryRec entry : entries) {
+    entry.fGPSTime = GetGPSTimeFromUnixTime(entry.fGPSTime);
+    fLeapSecondTable.push_back(entry);
+  }
+}
+
+std::vector<TimeConvert::_LeapSecondEntryRec> TimeConvert::ReadLeapSecondEntries(
+    InifileChain& inifile) {
+  std::vector<_LeapSecondEntryRec> entries;
+  for (unsigned int n = 0;; ++n) {
+    const std::string key = "leap" + std::to_string(n);
+    int error = 0;
+    // Copied: the line is cut into tokens further on.
+    const std::string date = inifile.GetFirstString(key.c_str(), "", &error);
+    if (error != 0) break;
+    const int count = inifile.GetNextValue(&error);
+    if (error != 0) break;
+    tm fields{};
+    if (strptime(date.c_str(), "%Y-%m-%d", &fields) == nullptr) {
+      KZ_LOG(ErrorLogger::eError, "TimeConvert::ReadLeapSecondTable() - strptime() for entry '"
+                                      << key << "' returned NULL, skipped!!!");
+      continue;
+    }
+    const time_t midnight = timegm(&fields);
+    // Leap seconds end June or December; GPS seconds start at their epoch and count in 32 bits.
+    if ((fields.tm_mon != 0 && fields.tm_mon != 6) || fields.tm_mday != 1 ||
+        midnight <= kGPS_EPOCH_UNIX_TIME || midnight > std::numeric_limits<unsigned int>::max()) {
+      KZ_LOG(ErrorLogger::eError, "TimeConvert::ReadLeapSecondTable() - entry '"
+                                      << key << "' contains illegal date, skipped!!!");
+      continue;
+    }
+    entries.push_back({static_cast<unsigned int>(midnight), static_cast<unsigned int>(count)});
+  }
+  return entries;
+}
+
+void TimeConvert::DropKnownLeapSeconds(std::vector<_LeapSecondEntryRec>& entries) {
+  const unsigned int limit = GetUnixTimeFromGPSTime(std::end(kBuiltInLeapSeconds)[-1].fGPSTime);
+  std::vector<_LeapSecondEntryRec> kept;
+  for (const _LeapSecondEntryRec& entry : entries) {
+    const unsigned int unixTime = entry.fGPSTime - 1;  // 23:59:59 before the leap second
+    const unsigned int gps = GetGPSTimeFromUnixTime(unixTime);
+    if (unixTime <= limit && IsLeapBoundary(gps)) continue;
+    // A contradiction is reported, and the entry is still appended.
+    if (unixTime <= limit)
+      KZ_LOG(ErrorLogger::eError, "TimeConvert::ReadLeapSecondTable() - an entry (UTC="
+                                      << unixTime << ",GPS=" << gps
+                                      << ") conflicts with present table!!!");
+    kept.push_back(entry);
+  }
+  entries.swap(kept);
+}
+
+void TimeConvert::ReadLeapSecondTable(std::string filename) {
+  if (filename.empty()) {
+    KZ_LOG(ErrorLogger::eFatal,
+           "TimeConvert::ReadLeapSecondTable() - no file name was specified!!!");
+    return;
+  }
+  InifileChain inifile(filename.c_str());
+  if (inifile.GetStatus() != 0) {
+    KZ_LOG(ErrorLogger::eError, "TimeConvert::ReadLeapSecondTable() - could not read specified "
+                                    << "ini-file '" << filename << "'!!!");
+    return;
+  }
+  ReadLeapSecondTable(inifile);
 }
 
 }  // namespace KzUtil

@@ -13,6 +13,8 @@
 
 namespace KzUtil {
 
+class InifileChain;
+
 class TimeConvert {
  public:
   struct _LeapSecondEntryRec {
@@ -45,6 +47,11 @@ class TimeConvert {
   static std::string GetTimeStringFromUnixTime(unsigned int unix_time, std::string format = "");
   static std::string GetTimeStringFromGPSTime(unsigned int gps_time, std::string format = "");
   static void PrintLeapSecondTable(std::ostream& ostr);
+  // Appends the leap seconds of group "LeapSeconds" ("leapN = YYYY-MM-DD count", N from 0
+  // without gaps) that the table does not hold yet; the date is the day after the leap.
+  static void ReadLeapSecondTable(InifileChain& inifile);
+  // The same from the ini file filename, located along the ini search path.
+  static void ReadLeapSecondTable(std::string filename);
 
  private:
   friend struct TimeConvertTestAccess;  // the unit tests reach the private helpers
@@ -78,6 +85,11 @@ class TimeConvert {
     [[maybe_unused]] static const bool is_initialized = AppendBuiltInLeapSeconds();
   }
   static bool AppendBuiltInLeapSeconds();
+  // The dated entries of the selected "LeapSeconds" group; fGPSTime holds the Unix midnight.
+  static std::vector<_LeapSecondEntryRec> ReadLeapSecondEntries(InifileChain& inifile);
+  // Of the entries up to the last built-in leap second, drops those the table holds and
+  // reports the others, which stay.
+  static void DropKnownLeapSeconds(std::vector<_LeapSecondEntryRec>& entries);
   static bool LeapSecondEntryLess(const _LeapSecondEntryRec& a, const _LeapSecondEntryRec& b) {
     return a.fGPSTime < b.fGPSTime;
   }
