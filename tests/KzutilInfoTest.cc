@@ -98,6 +98,20 @@ TEST(KzutilInfo, AnalysisHostServesEyeOneAndCreatesNothing) {
   EXPECT_TRUE(IsEmptyDirectory(info.Home()));
 }
 
+TEST(KzutilInfo, GpsTimeUsesTheLeapSecondsOfTheSiteFile) {
+  TempDir home;
+  home.Write("KzSite.ini", "[LeapSeconds]\nleap0 = 2015-07-01 17\nleap1 = 2017-01-01 18\n");
+  KzutilRun run(KzutilCall{{"info", "--json"}, {{"HOME", home.Path()}}, ""});
+  ASSERT_EQ(run.fExitCode, 0) << run.fStderr;
+  const nlohmann::json report = run.Json();
+  EXPECT_EQ(report["leap_seconds"]["source"],
+            "built-in table, extended from " + home.Path() + "/KzSite.ini");
+  ASSERT_EQ(report["leap_seconds"]["entries"].size(), 18u);
+  const unsigned int unixTime = report["time"]["unix"];
+  ASSERT_GT(unixTime, 1483228800u);
+  EXPECT_EQ(report["time"]["gps"], unixTime - 315964800u + 18u);
+}
+
 TEST(KzutilInfo, EyePCReportsItsEyeAndAllItsTelescopes) {
   InfoOnHost info("eyepc", "10.4.0.1 eyepc.eye4-vesta.lan eyepc\n");
   SKIP_WITHOUT_NAMESPACES(info);

@@ -5,6 +5,7 @@
 #include "KzutilTestSupport.h"
 
 using KzTest::KzutilRun;
+using KzTest::TempDir;
 
 TEST(KzutilProgram, VersionPrintsTheLibraryVersion) {
   KzutilRun run({"--version"});
@@ -100,4 +101,38 @@ TEST(KzutilTime, LeapsAsJsonHasOneEntryPerRow) {
   EXPECT_EQ(json["entries"][0]["gps"], 46828800u);
   EXPECT_EQ(json["entries"][0]["unix"], 362793599u);
   EXPECT_EQ(json["entries"][15]["leap_seconds"], 16u);
+}
+
+TEST(KzutilTime, LeapsFromAnIniFileAppendsTheNewerLeapSeconds) {
+  TempDir dir;
+  const std::string ini = dir.Write("leaps.ini", "[LeapSeconds]\nleap0 = 2015-07-01 17\n");
+  KzutilRun run({"time", "leaps", "--ini", ini, "--json"});
+  EXPECT_EQ(run.fExitCode, 0);
+  EXPECT_EQ(run.fStderr, "");
+  const nlohmann::json json = run.Json();
+  EXPECT_EQ(json["source"], ini);
+  ASSERT_EQ(json["entries"].size(), 17u);
+  EXPECT_EQ(json["entries"][16]["unix"], 1435708799u);
+  EXPECT_EQ(json["entries"][16]["gps"], 1119744016u);
+  EXPECT_EQ(json["entries"][16]["leap_seconds"], 17u);
+}
+
+TEST(KzutilTime, LeapsReportsRefusedEntriesAndFails) {
+  TempDir dir;
+  const std::string ini = dir.Write("leaps.ini", "[LeapSeconds]\nleap0 = 2015-07-02 17\n");
+  KzutilRun run({"time", "leaps", "--ini", ini});
+  EXPECT_EQ(run.fExitCode, 1);
+  EXPECT_EQ(run.fStderr,
+            "ERR:TimeConvert::ReadLeapSecondTable() - entry 'leap0' contains illegal date, "
+            "skipped!!!\n");
+  EXPECT_EQ(run.Lines().size(), 16u + 3u);
+}
+
+TEST(KzutilTime, LeapsFromAFileWithoutTheGroupFails) {
+  TempDir dir;
+  const std::string ini = dir.Write("other.ini", "[Geometry]\naxis1 = 1 2\n");
+  KzutilRun run({"time", "leaps", "--ini", ini});
+  EXPECT_EQ(run.fExitCode, 1);
+  EXPECT_EQ(run.fStdout, "");
+  EXPECT_EQ(run.fStderr, "kzutil: error: no group [LeapSeconds] in " + ini + "\n");
 }

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <iomanip>
+#include <memory>
 
 #include "Commands.h"
 #include "GeometryCommand.h"
@@ -188,17 +189,14 @@ std::vector<unsigned int> HostTelescopes(std::string& why) {
   return ids;
 }
 
-void DescribeGeometry(Result& result, const std::string& siteFile, const std::string& source) {
+void DescribeGeometry(Result& result, KzUtil::InifileChain* site, const std::string& source) {
   Section geometry(result, "Geometry", "geometry");
-  geometry.Json()["ini_file"] = siteFile.empty() ? nlohmann::json() : nlohmann::json(siteFile);
+  geometry.Json()["ini_file"] = site ? nlohmann::json(site->GetFilename()) : nlohmann::json();
   geometry.Json()["ini_source"] = source;
-  geometry.Line("ini file", siteFile.empty() ? "none, built-in axes" : siteFile);
+  geometry.Line("ini file", site ? site->GetFilename() : "none, built-in axes");
   geometry.Line("", source);
-  if (!siteFile.empty()) {
-    KzUtil::InifileChain chain(siteFile.c_str());
-    if (!KzGeometry::ReadCameraPointing(chain))
-      geometry.Line("", "no [Geometry] group: built-in axes");
-  }
+  if (site && !KzGeometry::ReadCameraPointing(*site))
+    geometry.Line("", "no [Geometry] group: built-in axes");
   std::string why;
   geometry.Json()["telescopes"] = nlohmann::json::array();
   const std::vector<unsigned int> ids = HostTelescopes(why);
@@ -206,10 +204,13 @@ void DescribeGeometry(Result& result, const std::string& siteFile, const std::st
   for (unsigned int id : ids) DescribeTelescope(geometry, id);
 }
 
-void DescribeLeapSeconds(Result& result) {
+void DescribeLeapSeconds(Result& result, KzUtil::InifileChain* site) {
   Section leaps(result, "Leap seconds", "leap_seconds");
-  leaps.Line("source", "built-in table");
-  leaps.Json()["source"] = "built-in table";
+  std::string source = "built-in table";
+  if (site)
+    source += ExtendLeapSeconds(*site) ? std::string(", extended from ") + site->GetFilename()
+                                       : " (no [LeapSeconds] in the ini file)";
+  leaps.Field("source", "source", source);
   std::ostringstream table;
   DescribeLeapSecondTable(table, leaps.Json());
   std::istringstream lines(table.str());
@@ -244,8 +245,10 @@ void Report(Result& result) {
     DescribeDirectories(result);
     std::string source;
     const std::string siteFile = SiteFile(source);
-    DescribeGeometry(result, siteFile, source);
-    DescribeLeapSeconds(result);
+    std::unique_ptr<KzUtil::InifileChain> site;
+    if (!siteFile.empty()) site = std::make_unique<KzUtil::InifileChain>(siteFile.c_str());
+    DescribeGeometry(result, site.get(), source);
+    DescribeLeapSeconds(result, site.get());
     DescribeTime(result);
     messages = capture.Lines();
   }

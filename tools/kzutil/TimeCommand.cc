@@ -65,12 +65,42 @@ void AddShow(CLI::App& time) {
 }
 
 void AddLeaps(CLI::App& time) {
+  auto ini = std::make_shared<std::string>();
   CLI::App* sub = time.add_subcommand("leaps", "Print the leap-second table in use");
-  sub->footer("Example:\n  kzutil time leaps --json");
-  SetAction(sub, [](Result& result) { DescribeLeapSecondTable(result.fText, result.fJson); });
+  sub->add_option("--ini", *ini,
+                  "Extend the built-in table from group [LeapSeconds] of this ini file first "
+                  "(found along the ini search path)");
+  sub->footer(
+      "Examples:\n  kzutil time leaps --json\n  kzutil time leaps --ini KzSite.ini\n"
+      "Entries of the file that the library refuses or finds in conflict with the table are\n"
+      "reported on stderr (ERR: lines) and make the exit status 1; the table is printed.");
+  SetAction(sub, [ini](Result& result) {
+    result.fJson["source"] = nullptr;
+    if (!ini->empty()) {
+      const std::string path = LocateIniOrFail(*ini);
+      KzUtil::InifileChain chain(path.c_str());
+      std::vector<LogLine> lines;
+      {
+        LogCapture capture(LogLevel());
+        if (!ExtendLeapSeconds(chain)) throw QueryFailed("no group [LeapSeconds] in " + path);
+        lines = capture.Lines();
+      }
+      ForwardToLog(lines);
+      for (const LogLine& line : lines)
+        if (line.Severity() >= KzUtil::ErrorLogger::eError) result.fStatus = kExitFailed;
+      result.fJson["source"] = path;
+    }
+    DescribeLeapSecondTable(result.fText, result.fJson);
+  });
 }
 
 }  // namespace
+
+bool ExtendLeapSeconds(KzUtil::InifileChain& chain) {
+  if (chain.SpecifyGroup("LeapSeconds") != 0) return false;
+  TimeConvert::ReadLeapSecondTable(chain);
+  return true;
+}
 
 void DescribeLeapSecondTable(std::ostream& text, nlohmann::json& json) {
   std::ostringstream printout;
