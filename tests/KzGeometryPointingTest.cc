@@ -197,15 +197,6 @@ TEST_F(KzGeometryPointing, MissingGroupChangesNothing) {
   EXPECT_AXIS(LoftAxis(1, kPositionDown), -42.06, 16.0);
 }
 
-TEST_F(KzGeometryPointing, TheFirstFileOfTheChainWithTheGroupAnswers) {
-  InifileChain chain(fDir.Write("KzSite.ini", "[Other]\nx = 1\n").c_str());
-  chain.AddInifile(fDir.Write("local.ini", "[Geometry]\naxis2 = 20 18\n[Other]\n").c_str());
-  chain.AddInifile(fDir.Write("late.ini", "[Geometry]\naxis2 = 30 19\naxis4 = 80 18\n").c_str());
-  EXPECT_TRUE(KzGeometry::ReadCameraPointing(chain));
-  EXPECT_AXIS(Axis(2), 20.0, 18.0);
-  EXPECT_AXIS(Axis(4), 74.965, 16.14);
-}
-
 TEST_F(KzGeometryPointing, ShippedSiteFileCarriesTheBuiltInAxes) {
   KzGeometry::CameraPointing_t builtIn[28];
   for (unsigned int id = 1; id < 28; ++id) {
