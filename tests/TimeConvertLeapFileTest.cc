@@ -1,7 +1,6 @@
 // Leap seconds read from the "LeapSeconds" group of an ini file. The reference is
 // the IERS list that tzdata installs, not the library's table; the shipped site
 // file must give the same table.
-#include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <iomanip>
@@ -11,8 +10,8 @@
 
 #include <gtest/gtest.h>
 
-#include "ErrorLogger.h"
 #include "InifileChain.h"
+#include "KzLoggedTest.h"
 #include "KzTestSupport.h"
 #include "TimeConvert.h"
 
@@ -35,46 +34,31 @@ struct Leap {
 std::vector<Leap> IersLeapSeconds() {
   std::ifstream list(kIersList);
   std::vector<Leap> leaps;
-  std::string line;
-  while (std::getline(list, line)) {
-    if (line.empty() || line[0] == '#') continue;
+  for (std::string line; std::getline(list, line);) {
     std::istringstream fields(line);
     unsigned long long ntp = 0;
     int taiMinusUtc = 0;
-    if (!(fields >> ntp >> taiMinusUtc) || taiMinusUtc <= 19) continue;  // GPS = TAI - 19
-    leaps.push_back(
-        {static_cast<unsigned int>(ntp - kNTPToUnix), static_cast<unsigned int>(taiMinusUtc - 19)});
+    if (line[0] == '#' || !(fields >> ntp >> taiMinusUtc) || taiMinusUtc <= 19) continue;
+    leaps.push_back({unsigned(ntp - kNTPToUnix), unsigned(taiMinusUtc - 19)});  // GPS = TAI - 19
   }
   return leaps;
 }
 
-std::string UTC(unsigned int unixTime, const char* format) {
+std::string UTC(unsigned int unixTime, const char* format = "%F %T") {
   const time_t t = unixTime;
   tm fields;
-  gmtime_r(&t, &fields);
   char text[64];
-  strftime(text, sizeof(text), format, &fields);
+  strftime(text, sizeof(text), format, gmtime_r(&t, &fields));
   return text;
 }
 
 unsigned int UnixTime(const char* day) {
   tm fields{};
   strptime(day, "%Y-%m-%d", &fields);
-  return static_cast<unsigned int>(timegm(&fields));
+  return unsigned(timegm(&fields));
 }
 
-// The "LeapSeconds" group of the list, one key per leap second.
-std::string LeapSecondsGroup(const std::vector<Leap>& leaps) {
-  std::ostringstream group;
-  group << "[LeapSeconds]\n";
-  for (size_t n = 0; n < leaps.size(); ++n)
-    group << "leap" << n << " = " << UTC(leaps[n].fMidnight, "%Y-%m-%d") << " " << leaps[n].fCount
-          << "   # from " << kIersList << "\n";
-  return group.str();
-}
-
-// The GPS second of the n-th leap second itself: it follows 23:59:59, n - 1 seconds
-// after the Unix second of that name.
+// The GPS second of a leap second itself: it follows 23:59:59 of the day before.
 unsigned int LeapGPS(const Leap& leap) { return leap.fMidnight - 1 - kGPSEpoch + leap.fCount; }
 
 // The rows PrintLeapSecondTable gives for these leap seconds.
@@ -117,33 +101,31 @@ unsigned int ConvertedGPS(const std::vector<Leap>& leaps, unsigned int u) {
   return count > 0 && since < count - 1 ? gps - 1 : gps;
 }
 
-std::string SourceDir() {
-  const char* dir = getenv("KZUTIL_SOURCE_DIR");
-  if (dir && *dir) return dir;
-  const std::string here = __FILE__;
-  return here.substr(0, here.rfind("/tests/"));
-}
+const std::string kPrefix = "TimeConvert::ReadLeapSecondTable() - ";
+const std::string kNoUsable = kPrefix + "no usable entries found in leap second table!!!\n";
+const std::string kAddOne = kPrefix + "there is 1 entry to be added to the leap second table\n";
+const std::string kAddTwo = kPrefix + "there are 2 entries to be added to the leap second table\n";
+const std::string kRow17 = "1435708799  1119744016    17", kRow18 = "1483228799  1167264017    18";
 
-class TimeConvertLeapFile : public ::testing::Test {
+class TimeConvertLeapFile : public KzTest::LoggedTest {
  protected:
-  void SetUp() override {
-    ErrorLogger::GetInstance().SetLoggingLevel(ErrorLogger::eDebug, true);
-    ErrorLogger::GetInstance().SetStream(&fLog);
-  }
-  void TearDown() override { ErrorLogger::GetInstance().SetStream(&std::clog); }
-  void Read(const std::string& content) {
+  // Reads an ini file of this content through a chain; returns what was logged.
+  std::string Read(const std::string& content) {
     InifileChain chain(fDir.Write("leaps.ini", content).c_str());
     TimeConvert::ReadLeapSecondTable(chain);
+    return TakeLog();
   }
-  std::string Log() const { return fLog.str(); }
+  // The table rows after the built-in ones.
+  std::vector<std::string> Added() {
+    const std::vector<std::string> rows = TableRows();
+    return std::vector<std::string>(rows.begin() + kBuiltIn, rows.end());
+  }
 
   KzTest::TempDir fDir;
-  std::ostringstream fLog;
 };
 
 using TimeConvertLeapFileData = TimeConvertLeapFile;
-
-const std::string kPrefix = "TimeConvert::ReadLeapSecondTable() - ";
+using Rows = std::vector<std::string>;
 
 }  // namespace
 
@@ -153,21 +135,25 @@ TEST_F(TimeConvertLeapFileData, IersListGivesTheRightGPSSecondsThrough2030) {
   ASSERT_GE(leaps.size(), 18u);
   ASSERT_EQ(UTC(leaps[16].fMidnight, "%F"), "2015-07-01");
   ASSERT_EQ(UTC(leaps[17].fMidnight, "%F"), "2017-01-01");
-  const unsigned int mid2016 = UnixTime("2016-01-01") + 3600;
+  const unsigned int mid2016 = UnixTime("2016-01-01") + 3600;  // before: one leap short
   EXPECT_EQ(TimeConvert::GetGPSTimeFromUnixTime(mid2016), ConvertedGPS(leaps, mid2016) - 1);
 
-  Read(LeapSecondsGroup(leaps));
+  std::ostringstream group;
+  group << "[LeapSeconds]\n";
+  for (size_t n = 0; n < leaps.size(); ++n)
+    group << "leap" << n << " = " << UTC(leaps[n].fMidnight, "%F") << " " << leaps[n].fCount
+          << "   # from " << kIersList << "\n";
   std::ostringstream info;
   info << kPrefix << "there are " << leaps.size() - kBuiltIn
        << " entries to be added to the leap second table\n";
-  EXPECT_EQ(Log(), info.str());  // the known ones vanish without a word
+  EXPECT_EQ(Read(group.str()), info.str());  // the known ones vanish without a word
   EXPECT_EQ(TableRows(), ExpectedRows(leaps));
 
   for (const char* day : {"2015-07-01", "2017-01-01"})
     for (unsigned int u = UnixTime(day) - 5; u < UnixTime(day) + 25; ++u)
-      EXPECT_EQ(TimeConvert::GetGPSTimeFromUnixTime(u), ConvertedGPS(leaps, u)) << UTC(u, "%F %T");
+      EXPECT_EQ(TimeConvert::GetGPSTimeFromUnixTime(u), ConvertedGPS(leaps, u)) << UTC(u);
   for (unsigned int u = UnixTime("2012-07-01") + 3600; u < UnixTime("2031-01-01"); u += 86400 + 7)
-    EXPECT_EQ(TimeConvert::GetGPSTimeFromUnixTime(u), ConvertedGPS(leaps, u)) << UTC(u, "%F %T");
+    EXPECT_EQ(TimeConvert::GetGPSTimeFromUnixTime(u), ConvertedGPS(leaps, u)) << UTC(u);
   EXPECT_EQ(TimeConvert::GetGPSTimeFromUnixTime(UnixTime("2030-12-31")),
             UnixTime("2030-12-31") - kGPSEpoch + 18);
   // Back to Unix time: exact for every second but the leap seconds themselves.
@@ -184,89 +170,63 @@ TEST_F(TimeConvertLeapFileData, IersListGivesTheRightGPSSecondsThrough2030) {
 TEST_F(TimeConvertLeapFileData, ShippedSiteFileGivesTheSameTable) {
   const std::vector<Leap> leaps = IersLeapSeconds();
   if (leaps.empty()) GTEST_SKIP() << kIersList << " is missing (install tzdata)";
-  TimeConvert::ReadLeapSecondTable(SourceDir() + "/etc/KzSite.ini");
-  EXPECT_EQ(Log(), kPrefix + "there are 2 entries to be added to the leap second table\n");
+  TimeConvert::ReadLeapSecondTable(KzTest::ShippedSiteFile());
+  EXPECT_EQ(TakeLog(), kAddTwo);
   EXPECT_EQ(TableRows(), ExpectedRows(leaps));
 }
 
 TEST_F(TimeConvertLeapFile, AKnownLeapSecondIsDroppedSilently) {
-  Read("[LeapSeconds]\nleap0 = 2012-07-01 16\n");
-  EXPECT_EQ(Log(), kPrefix + "no usable entries found in leap second table!!!\n");
-  EXPECT_EQ(TableRows().size(), kBuiltIn);
+  EXPECT_EQ(Read("[LeapSeconds]\nleap0 = 2012-07-01 16\n"), kNoUsable);
+  EXPECT_EQ(Added(), Rows{});
 }
 
-TEST_F(TimeConvertLeapFile, ANewLeapSecondIsAppendedEveryTimeItIsRead) {
-  Read("[LeapSeconds]\nleap0 = 2015-07-01 17\n");
-  EXPECT_EQ(Log(), kPrefix + "there is 1 entry to be added to the leap second table\n");
-  ASSERT_EQ(TableRows().size(), kBuiltIn + 1);
-  EXPECT_EQ(TableRows().back(), "1435708799  1119744016    17");
-  EXPECT_EQ(TimeConvert::GetTimeStringFromGPSTime(1119744016, "%F %T"), "2015-06-30 23:59:60");
-  Read("[LeapSeconds]\nleap0 = 2015-07-01 17\n");
-  EXPECT_EQ(TableRows().size(), kBuiltIn + 2);  // newer than the built-in table: kept again
-}
-
-TEST_F(TimeConvertLeapFile, EntriesAreSortedAndEachSeesTheOnesBeforeIt) {
-  Read("[LeapSeconds]\nleap0 = 2017-01-01 18\nleap1 = 2015-07-01 17\n");
-  EXPECT_EQ(Log(), kPrefix + "there are 2 entries to be added to the leap second table\n");
-  const std::vector<std::string> rows = TableRows();
-  ASSERT_EQ(rows.size(), kBuiltIn + 2);
-  EXPECT_EQ(rows[kBuiltIn], "1435708799  1119744016    17");
-  EXPECT_EQ(rows[kBuiltIn + 1], "1483228799  1167264017    18");
-  EXPECT_EQ(TimeConvert::GetTimeStringFromGPSTime(1167264017, "%F %T"), "2016-12-31 23:59:60");
+TEST_F(TimeConvertLeapFile, EntriesAreSortedAndAppendedAgainAtEveryRead) {
+  const std::string entries = "[LeapSeconds]\nleap0 = 2017-01-01 18\nleap1 = 2015-07-01 17\n";
+  EXPECT_EQ(Read(entries), kAddTwo);
+  EXPECT_EQ(Added(), Rows({kRow17, kRow18}));  // each converted with the ones before it
+  EXPECT_EQ(Read(entries), kAddTwo);           // newer than the built-in table: kept again
+  EXPECT_EQ(Added(), Rows({kRow17, kRow18, kRow17, kRow18}));
 }
 
 TEST_F(TimeConvertLeapFile, BadDatesAreSkippedWithTheirKeys) {
-  Read(
-      "[LeapSeconds]\n"
-      "leap0 = 2015-07-02 17\n"
-      "leap1 = July 17\n"
-      "leap2 = 2017-01-01 18\n"
-      "leap3 = 2015-07-01 17\n"
-      "leap4 = 2500-01-01 19\n"
-      "leap5 = 1972-07-01 1\n");
-  EXPECT_EQ(Log(), kPrefix + "entry 'leap0' contains illegal date, skipped!!!\n" + kPrefix +
-                       "strptime() for entry 'leap1' returned NULL, skipped!!!\n" + kPrefix +
-                       "entry 'leap4' contains illegal date, skipped!!!\n" + kPrefix +
-                       "entry 'leap5' contains illegal date, skipped!!!\n" + kPrefix +
-                       "there are 2 entries to be added to the leap second table\n");
-  EXPECT_EQ(TableRows().size(), kBuiltIn + 2);
+  EXPECT_EQ(Read("[LeapSeconds]\n"
+                 "leap0 = 2015-07-02 17\n"
+                 "leap1 = July 17\n"
+                 "leap2 = 2017-01-01 18\n"
+                 "leap3 = 2015-07-01 17\n"
+                 "leap4 = 2500-01-01 19\n"
+                 "leap5 = 1972-07-01 1\n"),
+            kPrefix + "entry 'leap0' contains illegal date, skipped!!!\n" + kPrefix +
+                "strptime() for entry 'leap1' returned NULL, skipped!!!\n" + kPrefix +
+                "entry 'leap4' contains illegal date, skipped!!!\n" + kPrefix +
+                "entry 'leap5' contains illegal date, skipped!!!\n" + kAddTwo);
+  EXPECT_EQ(Added(), Rows({kRow17, kRow18}));
 }
 
 TEST_F(TimeConvertLeapFile, ReadingStopsAtTheFirstGap) {
-  Read("[LeapSeconds]\nleap0 = 2015-07-01 17\nleap2 = 2017-01-01 18\n");
-  EXPECT_EQ(Log(), kPrefix + "there is 1 entry to be added to the leap second table\n");
-  fLog.str("");
-  Read("[LeapSeconds]\nleap0 = 2017-01-01\nleap1 = 2017-01-01 18\n");  // no count: a gap
-  EXPECT_EQ(Log(), kPrefix + "no usable entries found in leap second table!!!\n");
-  EXPECT_EQ(TableRows().size(), kBuiltIn + 1);
+  EXPECT_EQ(Read("[LeapSeconds]\nleap0 = 2015-07-01 17\nleap2 = 2017-01-01 18\n"), kAddOne);
+  // An entry without a count is a gap as well.
+  EXPECT_EQ(Read("[LeapSeconds]\nleap0 = 2017-01-01\nleap1 = 2017-01-01 18\n"), kNoUsable);
+  EXPECT_EQ(Added(), Rows{kRow17});
 }
 
 TEST_F(TimeConvertLeapFile, AConflictingEntryIsReportedAndAppendedAllTheSame) {
-  Read("[LeapSeconds]\nleap0 = 2010-01-01 15\n");
-  EXPECT_EQ(Log(), kPrefix +
-                       "an entry (UTC=1262303999,GPS=946339214) conflicts with present "
-                       "table!!!\n" +
-                       kPrefix + "there is 1 entry to be added to the leap second table\n");
-  ASSERT_EQ(TableRows().size(), kBuiltIn + 1);
-  EXPECT_EQ(TableRows().back(), "1262304000   946339215    15");  // not a leap second: no 23:59:60
+  EXPECT_EQ(Read("[LeapSeconds]\nleap0 = 2010-01-01 15\n"),
+            kPrefix + "an entry (UTC=1262303999,GPS=946339214) conflicts with present table!!!\n" +
+                kAddOne);
+  EXPECT_EQ(Added(), Rows{"1262304000   946339215    15"});  // not a leap second: no 23:59:60
 }
 
-TEST_F(TimeConvertLeapFile, AMissingGroupOnlyWarns) {
-  Read("[Geometry]\nleap0 = 2015-07-01 17\n");
-  EXPECT_EQ(Log(), kPrefix + "Section [LeapSeconds] not found !!!\n");
-  EXPECT_EQ(TableRows().size(), kBuiltIn);
-}
-
-TEST_F(TimeConvertLeapFile, FileNamesThatGiveNoGroup) {
+TEST_F(TimeConvertLeapFile, WithoutTheGroupItOnlyWarns) {
+  const std::string noGroup = kPrefix + "Section [LeapSeconds] not found !!!\n";
+  EXPECT_EQ(Read("[Geometry]\nleap0 = 2015-07-01 17\n"), noGroup);
   TimeConvert::ReadLeapSecondTable("");
-  EXPECT_EQ(Log(), kPrefix + "no file name was specified!!!\n");
-  fLog.str("");
+  EXPECT_EQ(TakeLog(), kPrefix + "no file name was specified!!!\n");
   TimeConvert::ReadLeapSecondTable(std::string("no-such-leap-file.ini"));
-  const std::string log = Log();
+  const std::string log = TakeLog();
   EXPECT_NE(log.find("could not find no-such-leap-file.ini in any directory !!!\n"),
             std::string::npos);
-  const std::string last = kPrefix + "Section [LeapSeconds] not found !!!\n";
-  ASSERT_GE(log.size(), last.size());
-  EXPECT_EQ(log.substr(log.size() - last.size()), last);
-  EXPECT_EQ(TableRows().size(), kBuiltIn);
+  ASSERT_GE(log.size(), noGroup.size());
+  EXPECT_EQ(log.substr(log.size() - noGroup.size()), noGroup);  // the last word
+  EXPECT_EQ(Added(), Rows{});
 }
