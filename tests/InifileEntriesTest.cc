@@ -1,162 +1,86 @@
-// Keys and their values: how a line splits into key and values, which line a
-// key finds, how the string getters walk a line and report, the tokenizer
-// shared by the whole process, overriding a lookup, and the escape decoder.
+// Keys and their values: how a line splits into key and values, which line a key
+// finds, how the getters walk a line and report, numbers by the strtol base-0 and
+// strtod rules, the tokenizer shared by the whole process, overriding a lookup,
+// and the escape decoder kept for subclasses.
 #include <cstring>
-#include <memory>
-#include <string>
 
-#include <gtest/gtest.h>
-
-#include "Inifile.h"
 #include "InifileTestSupport.h"
-#include "KzTestSupport.h"
 
-using KzUtil::Inifile;
+using KzTest::OpenInifile;
+using KzTest::Result;
+using namespace std::string_literals;
 
 namespace {
 
-class InifileEntries : public ::testing::Test {
- protected:
-  Inifile& Read(const std::string& content) {
-    fReader = std::make_unique<Inifile>(fDir.Write("entries.ini", "[G]\n" + content).c_str());
-    EXPECT_EQ(fReader->SpecifyGroup("G"), 0);
-    return *fReader;
-  }
-  std::string First(const char* key) { return Text(fReader->GetFirstString(key)); }
-  std::string Next() { return Text(fReader->GetNextString(static_cast<int*>(nullptr))); }
-  static std::string Text(const char* value) { return value ? value : "<null>"; }
+class InifileEntries : public KzTest::IniTest {};
+class InifileNumbers : public KzTest::IniTest {};
 
-  KzTest::TempDir fDir;
-  std::unique_ptr<Inifile> fReader;
-};
-
-TEST_F(InifileEntries, KeyAndValuesSplitAtBlanksTabsAndEquals) {
-  Read("a=5\nb = 5\nc 5\n   d 5\ne=x=y\nf == x   y\n");
-  for (const char* key : {"a", "b", "c", "d"}) EXPECT_EQ(First(key), "5") << key;
-  EXPECT_EQ(First("e"), "x");
-  EXPECT_EQ(Next(), "y");
-  EXPECT_EQ(First("f"), "x");
-  EXPECT_EQ(Next(), "y");
-  EXPECT_EQ(Next(), "<null>");
+// Runs of blanks, tabs and '=' separate tokens; the key is the whole first token,
+// case-sensitive, of the first line that has it; values are not unquoted or unescaped.
+TEST_F(InifileEntries, LineSplitsIntoKeyAndValuesAsWritten) {
+  Read(
+      "a=5\nb = 5\nc 5\n   d 5\ne=x=y\nf == x   y\nkeyword = 1\nKey = 3\nkey = 2\nk = 1\n"
+      "k = 2\nflag\nflag = 1\ntitle = \"two words\"\nescape = a\\nb\n[H]\n");
+  const char* rows[][2] = {{"a", "5"},         {"b", "5"},         {"c", "5"},
+                           {"d", "5"},         {"e", "x|y"},       {"f", "x|y"},
+                           {"keyw", "<null>"}, {"key", "2"},       {"Key", "3"},
+                           {"k", "1"},         {"flag", "<null>"}, {"title", "\"two|words\""},
+                           {"escape", "a\\nb"}};
+  for (const auto& [key, values] : rows) EXPECT_EQ(Values(key), values) << key;
 }
 
-TEST_F(InifileEntries, KeyMustBeWholeFirstToken) {
-  Read("keyword = 1\nkey = 2\n");
-  EXPECT_EQ(First("key"), "2");
-  EXPECT_EQ(First("keyw"), "<null>");
-}
-
-TEST_F(InifileEntries, KeyIsCaseSensitive) {
-  Read("Key = 1\n[H]\n");
-  EXPECT_EQ(First("key"), "<null>");
-  EXPECT_EQ(First("Key"), "1");
-}
-
-TEST_F(InifileEntries, FirstLineWithKeyWins) {
-  Read("k = 1\nk = 2\n");
-  EXPECT_EQ(First("k"), "1");
-}
-
-TEST_F(InifileEntries, KeyWithoutValueIsNotFound) {
-  Inifile& ini = Read("flag\nflag = 1\n");
-  EXPECT_EQ(First("flag"), "<null>");
+TEST_F(InifileEntries, NextStringFailsOnlyWithoutLineAndLeavesErrorAtItsEnd) {
+  KzUtil::Inifile& ini = Read("k = a b\n");
   int error = 0;
-  EXPECT_STREQ(ini.GetFirstString("flag", "off", &error), "off");
-  EXPECT_EQ(error, -1);
-}
-
-TEST_F(InifileEntries, ValuesComeBackAsWrittenTokens) {
-  Read("title = \"two words\"\nescape = a\\nb\n");
-  EXPECT_EQ(First("title"), "\"two");
-  EXPECT_EQ(Next(), "words\"");
-  EXPECT_EQ(First("escape"), "a\\nb");
-}
-
-TEST_F(InifileEntries, NextStringWalksLineAndLeavesErrorAtEnd) {
-  Inifile& ini = Read("k = a b\n");
+  EXPECT_EQ(Result(ini.GetNextString(&error), error), "<null>/-1");  // no key found yet
+  EXPECT_EQ(Result(ini.GetNextString("d", &error), error), "d/-1");
   EXPECT_EQ(First("k"), "a");
-  int error = 7;
-  EXPECT_STREQ(ini.GetNextString(&error), "b");
-  EXPECT_EQ(error, 7);
-  EXPECT_EQ(ini.GetNextString(&error), nullptr);
-  EXPECT_EQ(error, 7);
-  EXPECT_EQ(ini.GetNextString(&error), nullptr);
-  EXPECT_EQ(error, -1);
-}
-
-TEST_F(InifileEntries, NextStringWithoutKeyFoundReportsNotFound) {
-  Inifile& ini = Read("k = a b\n");
-  int error = 0;
-  EXPECT_EQ(ini.GetNextString(&error), nullptr);
-  EXPECT_EQ(error, -1);
-  EXPECT_STREQ(ini.GetNextString("d", &error), "d");
-  EXPECT_EQ(error, -1);
-}
-
-TEST_F(InifileEntries, NextStringDefaultAtEndOfLineReportsSuccess) {
-  Inifile& ini = Read("k = a b\n");
-  EXPECT_EQ(First("k"), "a");
-  int error = -1;
-  EXPECT_STREQ(ini.GetNextString("d", &error), "b");
-  EXPECT_EQ(error, 0);
-  EXPECT_STREQ(ini.GetNextString("d", &error), "d");
-  EXPECT_EQ(error, 0);
-  EXPECT_STREQ(ini.GetNextString("d", &error), "d");
-  EXPECT_EQ(error, -1);
+  error = 7;
+  EXPECT_EQ(Result(ini.GetNextString(&error), error), "b/7");
+  EXPECT_EQ(Result(ini.GetNextString(&error), error), "<null>/7");
+  EXPECT_EQ(Result(ini.GetNextString(&error), error), "<null>/-1");
+  EXPECT_EQ(First("k"), "a");  // with a default, running out is a success once
+  for (const char* expected : {"b/0", "d/0", "d/-1"})
+    EXPECT_EQ(Result(ini.GetNextString("d", &error), error), expected);
 }
 
 TEST_F(InifileEntries, FirstStringDefaultReportsFoundOrNot) {
-  Inifile& ini = Read("k = v\n[H]\n");
+  KzUtil::Inifile& ini = Read("k = v\nflag\n[H]\n");
   int error = -1;
-  EXPECT_STREQ(ini.GetFirstString("k", "d", &error), "v");
-  EXPECT_EQ(error, 0);
-  EXPECT_STREQ(ini.GetFirstString("x", "d", &error), "d");
-  EXPECT_EQ(error, -1);
-  EXPECT_STREQ(ini.GetFirstString("k", "d"), "v");
+  EXPECT_EQ(Result(ini.GetFirstString("k", "d", &error), error), "v/0");
+  EXPECT_EQ(Result(ini.GetFirstString("flag", "off", &error), error), "off/-1");
+  EXPECT_EQ(Result(ini.GetFirstString("x", "d", &error), error), "d/-1");
 }
 
-TEST_F(InifileEntries, NewLookupRestartsAtGroupStart) {
-  Read("a = 1 2\nb = 3 4\n");
-  EXPECT_EQ(First("b"), "3");
-  EXPECT_EQ(First("a"), "1");
-  EXPECT_EQ(Next(), "2");
-}
-
-TEST_F(InifileEntries, NextValueContinuesLineTokenizedLastByAnyReader) {
-  const std::string a = fDir.Write("a.ini", "[G]\nk = a1 a2\n");
-  const std::string b = fDir.Write("b.ini", "[G]\nk = b1 b2\n");
-  Inifile first(a.c_str());
-  Inifile second(b.c_str());
+TEST_F(InifileEntries, NextStringContinuesWhateverWasTokenizedLast) {
+  KzUtil::Inifile first(fDir.Write("a.ini", "[G]\nk = a1 a2 a3\n").c_str());
+  KzUtil::Inifile second(fDir.Write("b.ini", "[G]\nk = b1 b2\n").c_str());
   ASSERT_EQ(first.SpecifyGroup("G"), 0);
   ASSERT_EQ(second.SpecifyGroup("G"), 0);
   EXPECT_STREQ(first.GetFirstString("k"), "a1");
   EXPECT_STREQ(second.GetFirstString("k"), "b1");
   EXPECT_STREQ(first.GetNextString(static_cast<int*>(nullptr)), "b2");
-}
-
-TEST_F(InifileEntries, NextValueContinuesOtherStrtokUsers) {
-  Read("k = 1 2\n");
-  EXPECT_EQ(First("k"), "1");
   char words[] = "alpha beta";
   EXPECT_STREQ(strtok(words, " "), "alpha");
-  EXPECT_EQ(Next(), "beta");
+  EXPECT_STREQ(first.GetNextString(static_cast<int*>(nullptr)), "beta");
 }
 
-TEST_F(InifileEntries, NextValueAfterReaderWentAwayIsHarmless) {
-  Inifile& ini = Read("k = 1 2\n");
+TEST_F(InifileEntries, NextStringAfterReaderWentAwayIsHarmless) {
+  Read("k = 1 2\n");
   EXPECT_EQ(First("k"), "1");
   {
-    Inifile other(fDir.Write("other.ini", "[G]\nk = " + std::string(4000, 'x') + " y\n").c_str());
+    KzUtil::Inifile other(
+        fDir.Write("o.ini", "[G]\nk = " + std::string(4000, 'x') + " y\n").c_str());
     ASSERT_EQ(other.SpecifyGroup("G"), 0);
     ASSERT_NE(other.GetFirstString("k"), nullptr);
   }
   EXPECT_EQ(Next(), "y");
   EXPECT_EQ(Next(), "<null>");
-  EXPECT_EQ(ini.GetFirstValue("k"), 1);
+  EXPECT_EQ(Values("k"), "1|2");
 }
 
 // Accepts short names for long keys; every typed and defaulted getter follows.
-class AliasInifile : public Inifile {
+class AliasInifile : public KzUtil::Inifile {
  public:
   using Inifile::GetFirstString;
   using Inifile::GetNextString;
@@ -174,10 +98,8 @@ TEST_F(InifileEntries, OverriddenLookupChangesEveryGetterBuiltOnIt) {
   AliasInifile ini(fDir.Write("alias.ini", "[G]\nazimuth = 12.5 none 7\n").c_str());
   ASSERT_EQ(ini.SpecifyGroup("G"), 0);
   int error = -1;
-  EXPECT_DOUBLE_EQ(ini.GetFirstFloat("az", &error), 12.5);
-  EXPECT_EQ(error, 0);
-  EXPECT_EQ(ini.GetNextValue(&error), -1);
-  EXPECT_EQ(error, 0);
+  EXPECT_EQ(Result(ini.GetFirstFloat("az", &error), error), "12.5/0");
+  EXPECT_EQ(Result(ini.GetNextValue(&error), error), "-1/0");
   EXPECT_EQ(ini.GetNextValue(0, &error), 7);
   EXPECT_DOUBLE_EQ(ini.GetFirstFloat("az", 0.0, &error), 12.5);
   EXPECT_EQ(ini.GetFirstValue("az", 0, &error), 12);
@@ -186,55 +108,70 @@ TEST_F(InifileEntries, OverriddenLookupChangesEveryGetterBuiltOnIt) {
   EXPECT_DOUBLE_EQ(ini.GetNextFloat(0.0, &error), 7.0);
 }
 
-// Decodes a whole value the way a subclass would use the protected decoder.
-std::string Decode(const std::string& text) {
-  std::string in = text;
-  std::string out;
-  char* end = &in[0] + in.size();
-  for (char* p = &in[0]; p < end; ++p)
-    out += *p == '\\' ? KzTest::OpenInifile::GetNextCharacter(&p, end) : *p;
-  return out;
+TEST_F(InifileNumbers, ValuesConvertLikeStrtolAndStrtod) {
+  const char* rows[][3] = {
+      // token, as integer, as floating value
+      {"5", "5/0", "5/0"},        {"0x1F", "31/0", "31/0"},
+      {"0X1f", "31/0", "31/0"},   {"010", "8/0", "10/0"},
+      {"-12", "-12/0", "-12/0"},  {"+7", "7/0", "7/0"},
+      {"12abc", "12/0", "12/0"},  {"09", "0/0", "9/0"},
+      {"1.9", "1/0", "1.9/0"},    {"4294967301", "5/0", "4.29497e+09/0"},
+      {"1.5e3", "1/0", "1500/0"}, {"0x1p-2", "1/0", "0.25/0"},
+      {"-.5", "0/-1", "-0.5/0"},  {"1,5", "1/0", "1/0"},
+      {"inf", "0/-1", "inf/0"},   {"nan", "0/-1", "nan/0"},
+      {"abc", "0/-1", "0/-1"},    {"-", "0/-1", "0/-1"},
+      {"", "0/-1", "0/-1"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row[0]);
+    KzUtil::Inifile& ini = Read("k = "s + row[0] + "\n");
+    int error = 99;
+    EXPECT_EQ(Result(ini.GetFirstValue("k", &error), error), row[1]);
+    error = 99;
+    EXPECT_EQ(Result(ini.GetFirstFloat("k", &error), error), row[2]);
+  }
 }
 
-TEST(InifileEscapes, SimpleEscapes) {
-  EXPECT_EQ(Decode("a\\nb"), "a\nb");
-  EXPECT_EQ(Decode("\\#\\\\"), "#\\");
-  EXPECT_EQ(Decode("\\q"), std::string(1, '\0'));
+TEST_F(InifileNumbers, NextValuesWalkLineAndDefaultsStandInForNoNumber) {
+  KzUtil::Inifile& ini = Read("k = 1 2 x 3\nword = abc\n[H]\n");
+  int error = 99;
+  EXPECT_EQ(Result(ini.GetFirstValue("k", 42, &error), error), "1/0");
+  for (const char* expected : {"2/0", "0/-1", "3/0", "0/-1"})
+    EXPECT_EQ(Result(ini.GetNextValue(&error), error), expected);
+  EXPECT_EQ(Result(ini.GetNextValue(8, &error), error), "8/-1");
+  EXPECT_EQ(Result(ini.GetFirstValue("word", 42, &error), error), "42/-1");
+  EXPECT_EQ(Result(ini.GetFirstValue("missing", 42, &error), error), "42/-1");
 }
 
-TEST(InifileEscapes, NumericEscapes) {
-  EXPECT_EQ(Decode("\\x41\\x4a"), "AJ");
-  EXPECT_EQ(Decode("\\0101"), "A");
-  EXPECT_EQ(Decode("\\0x42"), "B");
-  EXPECT_EQ(Decode("\\65"), "A");
-  EXPECT_EQ(Decode("\\0658"), "58");
-  EXPECT_EQ(Decode("\\x414"), "A4");
-  EXPECT_EQ(Decode("\\07z"), "\az");
+TEST_F(InifileNumbers, OnlyDefaultedNextFloatRoundsToSinglePrecision) {
+  KzUtil::Inifile& ini = Read("k = 0.1 0.1 0.1\n");
+  EXPECT_EQ(ini.GetFirstFloat("k", 2.5), 0.1);
+  EXPECT_EQ(ini.GetNextFloat(), 0.1);
+  int error = -1;
+  const double rounded = ini.GetNextFloat(2.5, &error);
+  EXPECT_EQ(rounded, static_cast<double>(0.1f));
+  EXPECT_NE(rounded, 0.1);
+  EXPECT_EQ(error, 0);
+  EXPECT_EQ(Result(ini.GetNextFloat(2.5, &error), error), "2.5/-1");
+  EXPECT_EQ(ini.GetNextFloat(0.1, &error), static_cast<double>(0.1f));
+  EXPECT_EQ(ini.GetFirstFloat("missing", 0.1, &error), 0.1);
 }
 
-TEST(InifileEscapes, DecimalValueKeepsLowEightBits) {
-  EXPECT_EQ(Decode("\\321"), std::string(1, static_cast<char>(321 & 0xFF)));
-}
-
-TEST(InifileEscapes, EscapeCutShortByEndOfText) {
-  EXPECT_EQ(Decode("ab\\"), std::string("ab") + '\0');
-  EXPECT_EQ(Decode("\\x"), std::string(1, '\0'));
-  EXPECT_EQ(Decode("\\0"), std::string(1, '\0'));
-  EXPECT_EQ(Decode("\\x4"), "\x04");
-}
-
-TEST(InifileEscapes, DigitValues) {
-  EXPECT_EQ(KzTest::OpenInifile::Digit2Value('7'), 7);
-  EXPECT_EQ(KzTest::OpenInifile::Digit2Value('b'), 11);
-  EXPECT_EQ(KzTest::OpenInifile::Digit2Value('F'), 15);
-  EXPECT_EQ(KzTest::OpenInifile::Digit2Value('g'), 127);
-}
-
-TEST(InifileEscapes, DigitsStopAtFirstDigitOutsideBase) {
-  char text[] = "0189";
-  char* p = text;
-  EXPECT_EQ(KzTest::OpenInifile::Digits2Value(&p, text + 4, 8), 1);
-  EXPECT_EQ(p, text + 1);
+TEST(InifileEscapes, DecoderTurnsEscapesIntoCharacters) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"a\\nb", "a\nb"}, {"\\#\\\\", "#\\"}, {"\\q", "\0"s},   {"\\x41\\x4A\\x4b", "AJK"},
+      {"\\0101", "A"},   {"\\0x42", "B"},    {"\\65", "A"},    {"\\0658", "58"},
+      {"\\x414", "A4"},  {"\\07z", "\az"},   {"\\321", "A"},   {"ab\\", "ab\0"s},
+      {"\\x", "\0"s},    {"\\0", "\0"s},     {"\\x4", "\x04"}, {"\\x4g", "\x04g"},
+  };
+  for (const auto& [text, decoded] : rows) {
+    std::string in = text;
+    std::string out;
+    char* end = &in[0] + in.size();
+    for (char* p = &in[0]; p < end; ++p)
+      out += *p == '\\' ? OpenInifile::GetNextCharacter(&p, end) : *p;
+    EXPECT_EQ(out, decoded) << text;
+  }
 }
 
 }  // namespace

@@ -1,33 +1,26 @@
-// The search for an ini file, step by step: the name's own directory, ./, the
-// host's configuration directory, HOME, the installation directory and the
-// directories of KZ_ROOT, KZDAS_CONFIG_DIR, KZDAS_BASE_DIR and INIFILE_PATH,
-// with the warning each step leaves when it finds nothing.
+// Finding and opening an ini file. The search step by step: the name's own
+// directory, ./, the host's configuration directory, HOME, the installation
+// directory and the directories of KZ_ROOT, KZDAS_CONFIG_DIR, KZDAS_BASE_DIR and
+// INIFILE_PATH, each leaving a warning when it finds nothing. Then the explicit
+// search that reports to the caller's FILE*, the copy, and opening and closing.
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <csignal>
-#include <cstdlib>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
+#include <cstdio>
 
-#include <gtest/gtest.h>
-
-#include "Inifile.h"
 #include "InifileTestSupport.h"
 #include "KzNaming.h"
-#include "KzTestSupport.h"
+#include "OstdioStream.h"
 
 using KzUtil::Inifile;
+using namespace std::string_literals;
 
 namespace {
 
-const char kNAME[] = "kzutil-locate-test.ini";
-const char kMISSING[] = "Inifile::Locate() - could not find ";
+const std::string kNAME = "kzutil-locate-test.ini";
+const std::string kMISSING = "Inifile::Locate() - could not find ";
+const char kFILENAME_ASSERTION[] = "filename != __null && *filename != 0";
 
-// HOME and the working directory in a fresh tree, the other search variables
-// unset, and the logger caught.
+// HOME and the working directory in a fresh tree, the other search variables unset.
 class InifileLocate : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -37,222 +30,231 @@ class InifileLocate : public ::testing::Test {
     fHome = Directory("home");
     setenv("HOME", fHome.c_str(), 1);
     ASSERT_EQ(chdir(Directory("work").c_str()), 0);
-    // Host identity reports itself on first use; keep that out of the caught log.
+    // Host identity reports itself on first use; keep that out of the caught logs.
     fConfig = KzUtil::Singleton<KzUtil::KzNaming>::GetInstance().GetConfigDirectory();
-    fLog = std::make_unique<KzTest::LogCapture>();
   }
-  void TearDown() override {
-    fLog.reset();
-    EXPECT_EQ(chdir("/"), 0);
-  }
-
   std::string Directory(const std::string& name) {
     const std::string path = fRoot.Path() + "/" + name;
     mkdir(path.c_str(), 0755);
     return path;
   }
-  // Creates the ini file in directory (relative to the tree) and returns its path there.
+  // Creates the ini file in directory (relative to the tree) and returns its path.
   std::string Place(const std::string& directory) {
     return fRoot.Write(directory + "/" + kNAME, "[G]\nk = 1\n");
   }
-  static std::string Missing(const std::string& directory) { return kMISSING + directory + kNAME; }
-  std::vector<std::string> Lines() const { return fLog->Lines(); }
+  // Locates name and returns the path found; the warnings go to fWarnings.
+  std::string Locate(const std::string& name) {
+    KzTest::LogCapture log;
+    const std::string path = Inifile::Locate(name.c_str());
+    fWarnings = log.Lines();
+    return path;
+  }
 
   KzTest::TempDir fRoot;
-  std::string fHome;    // value of HOME
-  std::string fConfig;  // the host's configuration directory under HOME
-  std::unique_ptr<KzTest::LogCapture> fLog;
+  std::string fHome;                   // value of HOME
+  std::string fConfig;                 // the host's configuration directory under HOME
+  std::vector<std::string> fWarnings;  // logged by the last Locate
 };
 
-TEST_F(InifileLocate, NameWithDirectoryIsTriedThereFirst) {
-  fRoot.Write("work/a/b.ini", "[G]\n");
-  EXPECT_EQ(Inifile::Locate("a/b.ini"), "a/b.ini");
-  EXPECT_EQ(fLog->Text(), "");
-}
-
-TEST_F(InifileLocate, AbsoluteNameIsFoundWhereItIs) {
-  const std::string path = Place("elsewhere");
-  EXPECT_EQ(Inifile::Locate(path.c_str()), path);
-  EXPECT_EQ(fLog->Text(), "");
-}
-
-TEST_F(InifileLocate, NameInRootSplitsIntoEmptyDirectoryAndTestsNothingThere) {
-  fRoot.Write(std::string("work/") + kNAME, "[G]\n");
-  EXPECT_EQ(Inifile::Locate((std::string("/") + kNAME).c_str()), std::string(".//") + kNAME);
-}
-
-TEST_F(InifileLocate, WorkingDirectoryIsSecond) {
-  Place("work");
-  Place("home");
-  EXPECT_EQ(Inifile::Locate(kNAME), std::string("./") + kNAME);
-  EXPECT_EQ(fLog->Text(), "");
-}
-
-TEST_F(InifileLocate, ConfigurationDirectoryIsThird) {
+TEST_F(InifileLocate, StepsAreTriedInOrderAndNamedWhenTheyFail) {
   ASSERT_EQ(fConfig.compare(0, fHome.size(), fHome), 0) << "not under HOME: " << fConfig;
-  Place(fConfig.substr(fRoot.Path().size() + 1));
-  Place("home");
-  const std::string separator = fConfig.back() == '/' ? "" : "/";
-  EXPECT_EQ(Inifile::Locate(kNAME), fConfig + separator + kNAME);
-  EXPECT_EQ(Lines(), std::vector<std::string>{Missing("./")});
-}
-
-TEST_F(InifileLocate, HomeIsFourth) {
-  Place("home");
-  EXPECT_EQ(Inifile::Locate(kNAME), fHome + "/" + kNAME);
-  EXPECT_EQ(Lines(), (std::vector<std::string>{Missing("./"), Missing(fConfig)}));
-}
-
-TEST_F(InifileLocate, EnvironmentDirectoriesComeInOrder) {
+  const std::string root = fRoot.Path();
   setenv("KZ_ROOT", Directory("root").c_str(), 1);
   setenv("KZDAS_CONFIG_DIR", Directory("das-config").c_str(), 1);
   setenv("KZDAS_BASE_DIR", Directory("das-base").c_str(), 1);
   setenv("INIFILE_PATH", Directory("path").c_str(), 1);
-  Place("path");
-  Place("das-base/config");
-  Place("das-config/config");
-  Place("root/etc");
-  const std::string root = fRoot.Path();
-
-  EXPECT_EQ(Inifile::Locate(kNAME), root + "/root/etc/" + kNAME);
-  unlink((root + "/root/etc/" + kNAME).c_str());
-  EXPECT_EQ(Inifile::Locate(kNAME), root + "/das-config/config/" + kNAME);
-  unlink((root + "/das-config/config/" + kNAME).c_str());
-  EXPECT_EQ(Inifile::Locate(kNAME), root + "/das-base/config/" + kNAME);
-  unlink((root + "/das-base/config/" + kNAME).c_str());
-  EXPECT_EQ(Inifile::Locate(kNAME), root + "/path/" + kNAME);
+  // Where the file is placed (none where we may not write) and the directory tried.
+  const std::pair<std::string, std::string> steps[] = {
+      {"work", "./"},
+      {fConfig.substr(root.size() + 1), fConfig},
+      {"home", fHome + "/"},
+      {"", "/opt/vesta/etc/"},
+      {"root/etc", root + "/root/etc/"},
+      {"das-config/config", root + "/das-config/config/"},
+      {"das-base/config", root + "/das-base/config/"},
+      {"path", root + "/path/"}};
+  for (const auto& [place, directory] : steps)
+    if (!place.empty()) Place(place);
+  std::vector<std::string> warnings;
+  for (const auto& [place, directory] : steps) {
+    if (!place.empty()) {
+      const std::string separator = directory.back() == '/' ? "" : "/";
+      EXPECT_EQ(Locate(kNAME), directory + separator + kNAME);
+      EXPECT_EQ(fWarnings, warnings);
+      ASSERT_EQ(unlink((root + "/" + place + "/" + kNAME).c_str()), 0);
+    }
+    warnings.push_back(kMISSING + directory + kNAME);
+  }
+  EXPECT_EQ(Locate(kNAME), "");
+  warnings.push_back(kMISSING + kNAME + " in any directory !!!");
+  EXPECT_EQ(fWarnings, warnings);
 }
 
-TEST_F(InifileLocate, SetDirectoriesAreNamedInWarnings) {
-  const std::string root = fRoot.Path();
-  setenv("KZ_ROOT", (root + "/root").c_str(), 1);
-  setenv("KZDAS_CONFIG_DIR", (root + "/das-config").c_str(), 1);
-  setenv("KZDAS_BASE_DIR", (root + "/das-base").c_str(), 1);
-  setenv("INIFILE_PATH", (root + "/path").c_str(), 1);
-  Place("path");
-  EXPECT_EQ(Inifile::Locate(kNAME), root + "/path/" + kNAME);
-  const std::vector<std::string> expected = {Missing("./"),
-                                             Missing(fConfig),
-                                             Missing(fHome + "/"),
-                                             Missing("/opt/vesta/etc/"),
-                                             Missing(root + "/root/etc/"),
-                                             Missing(root + "/das-config/config/"),
-                                             Missing(root + "/das-base/config/")};
-  EXPECT_EQ(Lines(), expected);
-}
-
-TEST_F(InifileLocate, NothingFoundListsEveryPlaceThenFails) {
-  EXPECT_EQ(Inifile::Locate(kNAME), "");
-  const std::vector<std::string> expected = {
-      Missing("./"),
-      Missing(fConfig),
-      Missing(fHome + "/"),
-      Missing("/opt/vesta/etc/"),
-      Missing("$KZ_ROOT/etc/"),
-      Missing("$KZDAS_CONFIG_DIR/"),
-      Missing("$KZDAS_BASE_DIR/"),
-      Missing("$INIFILE_PATH/"),
-      kMISSING + std::string(kNAME) + " in any directory !!!"};
-  EXPECT_EQ(Lines(), expected);
-}
-
-TEST_F(InifileLocate, WarningsHaveTheirSeverities) {
+TEST_F(InifileLocate, UnsetVariablesAreNamedAndNothingFoundIsAnError) {
   KzUtil::ErrorLogger& logger = KzUtil::Singleton<KzUtil::ErrorLogger>::GetInstance();
   logger.SetOption(KzUtil::ErrorLogger::eShowSeverity, true);
-  Inifile::Locate(kNAME);
+  EXPECT_EQ(Locate(kNAME), "");
   logger.SetOption(KzUtil::ErrorLogger::eShowSeverity, false);
-  const std::vector<std::string> lines = Lines();
-  ASSERT_EQ(lines.size(), 9u);
-  EXPECT_EQ(lines.front(), "WRN:" + Missing("./"));
-  EXPECT_EQ(lines.back(), "ERR:" + std::string(kMISSING) + kNAME + " in any directory !!!");
+  std::vector<std::string> expected;
+  for (const std::string& directory :
+       {"./"s, fConfig, fHome + "/", "/opt/vesta/etc/"s, "$KZ_ROOT/etc/"s, "$KZDAS_CONFIG_DIR/"s,
+        "$KZDAS_BASE_DIR/"s, "$INIFILE_PATH/"s})
+    expected.push_back("WRN:" + kMISSING + directory + kNAME);
+  expected.push_back("ERR:" + kMISSING + kNAME + " in any directory !!!");
+  EXPECT_EQ(fWarnings, expected);
 }
 
-TEST_F(InifileLocate, WholeNameIsAppendedFromSecondStepOn) {
-  Place("home/sub");
-  const std::string name = std::string("sub/") + kNAME;
-  EXPECT_EQ(Inifile::Locate(name.c_str()), fHome + "/" + name);
-  EXPECT_EQ(Lines(), (std::vector<std::string>{kMISSING + std::string("./") + name,
-                                               kMISSING + fConfig + name}));
-}
-
-TEST_F(InifileLocate, SearchPathWithTrailingSlashGivesDoubleSlash) {
-  setenv("INIFILE_PATH", (Directory("path") + "/").c_str(), 1);
-  Place("path");
-  EXPECT_EQ(Inifile::Locate(kNAME), fRoot.Path() + "/path//" + kNAME);
-}
-
-TEST_F(InifileLocate, SearchPathIsOneDirectoryNotList) {
-  setenv("INIFILE_PATH", (Directory("one") + ":" + Directory("two")).c_str(), 1);
-  Place("two");
-  EXPECT_EQ(Inifile::Locate(kNAME), "");
-}
-
-TEST_F(InifileLocate, ReaderOfFileFoundNowhereIsUsableButEmpty) {
-  Inifile ini(kNAME);
-  EXPECT_STREQ(ini.GetFilename(), "");
-  EXPECT_EQ(ini.GetStatus(), 0);
-  EXPECT_EQ(ini.SpecifyGroup("G"), -1);
-  int error = 0;
-  EXPECT_EQ(ini.GetFirstValue("k", 3, &error), 3);
-  EXPECT_EQ(error, -1);
-}
-
-TEST_F(InifileLocate, ReaderOpensWhatLocateFinds) {
-  Place("home");
-  Inifile ini(kNAME);
-  EXPECT_EQ(ini.GetFilename(), fHome + "/" + kNAME);
-  ASSERT_EQ(ini.SpecifyGroup("G"), 0);
-  EXPECT_EQ(ini.GetFirstValue("k"), 1);
-}
-
-TEST_F(InifileLocate, EmptyDirectoryTestsOnlyNamesThatSayWhere) {
+TEST_F(InifileLocate, NameIsTriedInItsOwnDirectoryThenAppendedWhole) {
   Place("work");
-  EXPECT_EQ(KzTest::OpenInifile::TestFile("", kNAME), "");
-  EXPECT_EQ(KzTest::OpenInifile::TestFile("", std::string("./") + kNAME),
-            std::string("./") + kNAME);
-  EXPECT_EQ(KzTest::OpenInifile::TestFile("", std::string("../work/") + kNAME),
-            std::string("../work/") + kNAME);
-  EXPECT_EQ(KzTest::OpenInifile::TestFile("", ""), "");
+  Place("work/sub");
+  const std::string elsewhere = Place("elsewhere");
+  // "/name" splits into "" and the name, and step one tests nothing for it.
+  for (const auto& [name, found] : {std::pair{"sub/" + kNAME, "sub/" + kNAME},
+                                    {elsewhere, elsewhere},
+                                    {"/" + kNAME, ".//" + kNAME}}) {
+    EXPECT_EQ(Locate(name), found);
+    EXPECT_TRUE(fWarnings.empty()) << name;
+  }
+  const std::string deeper = "deeper/" + kNAME;
+  Place("home/deeper");
+  EXPECT_EQ(Locate(deeper), fHome + "/" + deeper);
+  EXPECT_EQ(fWarnings,
+            (std::vector<std::string>{kMISSING + "./" + deeper, kMISSING + fConfig + deeper}));
 }
 
-TEST_F(InifileLocate, DirectoryGetsOneSeparator) {
+TEST_F(InifileLocate, SearchPathIsOneDirectoryTakenAsWritten) {
+  Place("two");
+  setenv("INIFILE_PATH", (Directory("two") + "/").c_str(), 1);
+  EXPECT_EQ(Locate(kNAME), fRoot.Path() + "/two//" + kNAME);
+  setenv("INIFILE_PATH", (Directory("one") + ":" + Directory("two")).c_str(), 1);
+  EXPECT_EQ(Locate(kNAME), "");
+}
+
+TEST_F(InifileLocate, TestFileJoinsWithOneSeparatorAndEmptyDirectoryNeedsDotSlash) {
   const std::string dir = fRoot.Path() + "/work";
   Place("work");
-  EXPECT_EQ(KzTest::OpenInifile::TestFile(dir, kNAME), dir + "/" + kNAME);
-  EXPECT_EQ(KzTest::OpenInifile::TestFile(dir + "/", kNAME), dir + "/" + kNAME);
-  EXPECT_EQ(KzTest::OpenInifile::TestFile(dir, "absent.ini"), "");
+  const std::string rows[][3] = {
+      {dir, kNAME, dir + "/" + kNAME},
+      {dir + "/", kNAME, dir + "/" + kNAME},
+      {dir, "absent.ini", ""},
+      {"", kNAME, ""},
+      {"", "./" + kNAME, "./" + kNAME},
+      {"", "../work/" + kNAME, "../work/" + kNAME},
+      {"", "", ""},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(KzTest::OpenInifile::TestFile(row[0], row[1]), row[2]) << row[0] << " " << row[1];
 }
 
-const char kFILENAME_ASSERTION[] = "Assertion `filename != __null && *filename != 0' failed.";
-
-void ExpectAssertion(const std::function<void()>& body, const std::string& text) {
-  const KzTest::ChildResult child = KzTest::RunInChild(body);
-  EXPECT_EQ(child.fSignal, SIGABRT);
-  EXPECT_NE(child.fStderr.find(text), std::string::npos) << child.fStderr;
-}
-
-TEST(InifileLocateAssertions, NullOrEmptyNameStopsProcess) {
-  ExpectAssertion([] { Inifile::Locate(nullptr); }, kFILENAME_ASSERTION);
-  ExpectAssertion([] { Inifile::Locate(""); }, kFILENAME_ASSERTION);
-  ExpectAssertion([] { Inifile ini(""); }, kFILENAME_ASSERTION);
-  ExpectAssertion([] { Inifile ini(nullptr); }, kFILENAME_ASSERTION);
-}
-
-TEST(InifileLocateAssertions, ExplicitSearchNeedsNameAndLogFile) {
-  ExpectAssertion([] { Inifile ini("x.ini", nullptr, nullptr, nullptr); },
-                  "Assertion `logfile != __null' failed.");
-  ExpectAssertion([] { Inifile ini("", stderr, nullptr, nullptr); }, kFILENAME_ASSERTION);
-}
-
-TEST(InifileLocateAssertions, CopyOfReaderThatFoundNothingStops) {
+TEST(InifileLocateAssertions, MissingNameOrLogFileStopsProcess) {
   KzTest::TempDir home;
   setenv("HOME", home.Path().c_str(), 1);
-  ExpectAssertion(
+  KzTest::ExpectAssertion([] { Inifile::Locate(nullptr); }, kFILENAME_ASSERTION);
+  KzTest::ExpectAssertion([] { Inifile::Locate(""); }, kFILENAME_ASSERTION);
+  KzTest::ExpectAssertion([] { Inifile ini(""); }, kFILENAME_ASSERTION);
+  KzTest::ExpectAssertion([] { Inifile ini(nullptr); }, kFILENAME_ASSERTION);
+  KzTest::ExpectAssertion([] { Inifile ini("", stderr, nullptr, nullptr); }, kFILENAME_ASSERTION);
+  KzTest::ExpectAssertion([] { Inifile ini("x.ini", nullptr, nullptr, nullptr); },
+                          "logfile != __null");
+  KzTest::ExpectAssertion(
       [] {
         Inifile nowhere("kzutil-nowhere-test.ini");
         Inifile copy(nowhere);
       },
       kFILENAME_ASSERTION);
+}
+
+// Everything written to a FILE* so far.
+std::string Contents(FILE* file) {
+  fflush(file);
+  return KzTest::ReadFile("/proc/self/fd/" + std::to_string(fileno(file)));
+}
+
+class InifileOpen : public KzTest::IniTest {
+ protected:
+  // What an explicit search for name wrote to its log file, which the reader must
+  // leave open; the reader stays in fReader.
+  std::string Search(const char* name, const char* second = nullptr, const char* third = nullptr) {
+    FILE* log = tmpfile();
+    fReader = std::make_unique<KzTest::OpenInifile>(name, log, second, third);
+    const std::string text = Contents(log);
+    EXPECT_EQ(fclose(log), 0);
+    return text;
+  }
+};
+
+const std::string kSEARCH = "Inifile::Inifile() - ";
+
+TEST_F(InifileOpen, ExplicitSearchTriesNameDotSlashAndTwoDirectoriesOnly) {
+  KzTest::LogCapture log;
+  const std::string second = fDir.Path() + "/second";
+  const std::string third = fDir.Path() + "/third";
+  fDir.Write("third/site.ini", "[G]\nk = 3\n");
+  setenv("INIFILE_PATH", third.c_str(), 1);
+  const std::string notFound =
+      kSEARCH + "could not open site.ini\n" + kSEARCH + "could not open ./site.ini\n";
+  EXPECT_EQ(Search("site.ini"), notFound);
+  EXPECT_STREQ(fReader->GetFilename(), "");
+  EXPECT_EQ(fReader->GetStatus(), 0);
+  EXPECT_EQ(fReader->Open(), -1);
+  EXPECT_EQ(Search("site.ini", second.c_str(), third.c_str()),
+            notFound + kSEARCH + "could not open " + second + "/site.ini\n" + kSEARCH +
+                "reading from " + third + "/site.ini ...\n");
+  EXPECT_EQ(fReader->GetStatus(), 0);
+  EXPECT_EQ(KzTest::Lookup(*fReader, "G", "k"), "3");
+  fDir.Write("site.ini", "[G]\n");
+  EXPECT_EQ(Search("./site.ini"), kSEARCH + "reading from ./site.ini ...\n");
+  EXPECT_EQ(Search("site.ini", second.c_str(), third.c_str()),
+            kSEARCH + "could not open site.ini\n" + kSEARCH + "reading from ./site.ini ...\n");
+  EXPECT_STREQ(fReader->GetFilename(), "./site.ini");
+  EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST_F(InifileOpen, CopyLocatesSameFileAndStartsWithoutGroup) {
+  fDir.Write("site.ini", "[A]\na = 1\n[B]\nb = 2\n");
+  Inifile original("site.ini");
+  EXPECT_EQ(KzTest::Lookup(original, "B", "missing"), "<null>");  // sticks at the end
+  Inifile copy(original);
+  EXPECT_STREQ(copy.GetFilename(), "./site.ini");
+  EXPECT_EQ(copy.GetStatus(), 0);
+  EXPECT_EQ(KzTest::Lookup(copy, "A", "a"), "1");
+  EXPECT_EQ(KzTest::Lookup(original, "A", "a"), "no group");
+}
+
+TEST_F(InifileOpen, PrintLevelTwoShowsOpeningAndClosing) {
+  const std::string path = fDir.Path() + "/test.ini";
+  KzTest::LogCapture log;
+  Load("[G]\n");
+  fReader.reset();
+  EXPECT_TRUE(log.Lines().empty());
+  Inifile::SetPrintLevel(2);
+  Load("[G]\n").Close();
+  fReader.reset();  // closes once more, now on a failed stream
+  const std::vector<std::string> lines = log.Lines();
+  ASSERT_EQ(lines.size(), 7u);
+  const std::string address = lines[3].substr(lines[3].find("0x"));
+  EXPECT_EQ(lines,
+            (std::vector<std::string>{
+                "Inifile::Inifile('" + path + "') -", "Inifile::Inifile() - found " + path,
+                "Inifile::Open('" + path + "') -", "Inifile::Open() - fInifile= " + address,
+                "Inifile::Open() - reading from " + path + " ...",
+                "Inifile::Close() - fInifile= " + address, "Inifile::Close() - fInifile= 0"}));
+  Inifile::SetPrintLevel(1);
+}
+
+TEST(OstdioStream, BuffersEightKilobytesAndLeavesFileOpen) {
+  FILE* file = tmpfile();
+  fputs("before ", file);
+  {
+    KzUtil::OstdioStream out(file);
+    for (int i = 0; i < 8000; ++i) out << 'a';
+    EXPECT_EQ(Contents(file), "before ");
+    for (int i = 0; i < 1000; ++i) out << 'b';
+    EXPECT_GE(Contents(file).size(), 8000u);
+  }
+  fputs(" after", file);
+  EXPECT_EQ(Contents(file), "before " + std::string(8000, 'a') + std::string(1000, 'b') + " after");
+  EXPECT_EQ(fclose(file), 0);
 }
 
 }  // namespace
