@@ -46,131 +46,66 @@ class KzLogged : public ::testing::Test {
   std::ostringstream fLog;
 };
 
-TEST(KzConstants, CountsAgreeWithTheCameraAndEyeLayout) {
-  EXPECT_EQ(Kz::kMI_NPIXELS, Kz::kMI_NCOLS * Kz::kMI_NROWS);
-  EXPECT_EQ(Kz::kMI_NEXTPIXELS, Kz::kMI_NCOLS * Kz::kMI_NEXTROWS);
-  EXPECT_EQ(Kz::kMI_NVC_CHANNELS, Kz::kMI_NCOLS * Kz::kMI_NVCHANNELS);
-  EXPECT_EQ(Kz::kEYE_NEXTPIXELS, Kz::kEYE_NMIRRORS * Kz::kMI_NEXTPIXELS);
-  EXPECT_EQ(Kz::kKZ_NMIRRORS, (Kz::kKZ_NEYES - 1) * Kz::kEYE_NMIRRORS + Kz::kLOFT_NMIRRORS);
-  EXPECT_EQ(Kz::kMI_LAST_CHANNEL, Kz::kMI_N_CHANNELS - 1);
-  EXPECT_EQ(Kz::kMI_LAST_MODULE, Kz::kMI_LAST_COL - 1);
-}
-
-TEST(PackedRecords, FieldsSitAtTheirBitsFromBitZero) {
+TEST(PackedRecords, FieldsSitAtTheirBitsAndOverWideValuesLoseTheirHighBitsOnly) {
   Kz::PixelNumberRec p = Pixel(5, 3, 480);
-  EXPECT_EQ(p.fPixelNumber, (5 << 12) | (3 << 9) | 480);
   p.fBits.fTrigger = 1;
   EXPECT_EQ(p.fPixelNumber, 0x8000 | (5 << 12) | (3 << 9) | 480);
+  Kz::SetPixelNo(&p, 512 + 7);
+  Kz::SetEyeNo(&p, 9);
+  Kz::SetMirrorNo(&p, 8);
+  EXPECT_EQ(p.fPixelNumber, 0x8000 | (1 << 12) | 7);
 
   EXPECT_EQ(Mirror(2, 8).fMirrorNumber, (2 << 5) | 8);
-
   Kz::KzPixelNumberRec k = KzPixel(12960);
   k.fBits.fBit0 = 1;
   EXPECT_EQ(k.fPixelNumber, 0x4000 | 12960);
-}
-
-TEST(PackedRecords, OverWideValuesLoseTheirHighBitsOnly) {
-  Kz::PixelNumberRec p = Pixel(5, 6, 480);
-  Kz::SetPixelNo(&p, 512 + 7);
-  Kz::SetEyeNo(&p, 9);
-  EXPECT_EQ(Kz::GetPixelNo(&p), 7u);
-  EXPECT_EQ(Kz::GetEyeNo(&p), 1u);
-  EXPECT_EQ(Kz::GetMirrorNo(&p), 6u);
-  Kz::SetMirrorNo(&p, 8);
-  EXPECT_EQ(Kz::GetMirrorNo(&p), 0u);
-  EXPECT_EQ(Kz::GetEyeNo(&p), 1u);
-
-  Kz::KzPixelNumberRec k = KzPixel(0x4000 + 5);
-  k.fBits.fBit1 = 1;
   Kz::SetPixelNo(&k, 0xffff);
-  EXPECT_EQ(Kz::GetPixelNo(&k), 0x3fffu);
-  EXPECT_EQ(k.fBits.fBit1, 1u);
+  EXPECT_EQ(k.fPixelNumber, 0x4000 | 0x3fff);
 }
 
-TEST(CameraLayout, RealPixelsRunDownTheColumns) {
-  Kz::PixelNumberRec p = Pixel(1, 1, 1);
-  EXPECT_EQ(Kz::GetColumnNo(&p), 1u);
-  EXPECT_EQ(Kz::GetRowNo(&p), 1u);
-  Kz::SetPixelNo(&p, 22);
-  EXPECT_EQ(Kz::GetColumnNo(&p), 1u);
-  EXPECT_EQ(Kz::GetRowNo(&p), 22u);
-  Kz::SetPixelNo(&p, 23);
-  EXPECT_EQ(Kz::GetColumnNo(&p), 2u);
-  EXPECT_EQ(Kz::GetRowNo(&p), 1u);
-  Kz::SetPixelNo(&p, 440);
-  EXPECT_EQ(Kz::GetColumnNo(&p), 20u);
-  EXPECT_EQ(Kz::GetRowNo(&p), 22u);
-  EXPECT_EQ(Kz::GetModuleNo(&p), 19u);
-  EXPECT_EQ(Kz::GetChannelNo(&p), 21u);
-}
+// Real pixels run down the columns, 22 each; the virtual channels 441..480 then
+// fill rows 23 and 24 column by column.
+TEST(PixelNumbers, CameraEyeAndObservatoryNumbersCorrespond) {
+  const struct {
+    unsigned int fEye, fMirror, fPixel, fColumn, fRow, fKzMirror, fKzPixel, fEyePixel;
+  } cases[] = {{1, 1, 1, 1, 1, 1, 1, 1},
+               {1, 1, 22, 1, 22, 1, 22, 22},
+               {2, 1, 23, 2, 1, 7, 2903, 23},
+               {1, 2, 440, 20, 22, 2, 920, 920},
+               {4, 6, 441, 1, 23, 24, 11481, 2841},
+               {2, 2, 442, 1, 24, 8, 3802, 922},
+               {3, 1, 443, 2, 23, 13, 6203, 443},
+               {5, 1, 1, 1, 1, 25, 11521, 1},
+               {5, 3, 480, 20, 24, 27, 12960, 1440}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(::testing::Message()
+                 << "eye " << c.fEye << " mirror " << c.fMirror << " pixel " << c.fPixel);
+    Kz::PixelNumberRec p = Pixel(c.fEye, c.fMirror, c.fPixel);
+    EXPECT_EQ(Kz::GetColumnNo(&p), c.fColumn);
+    EXPECT_EQ(Kz::GetRowNo(&p), c.fRow);
+    EXPECT_EQ(Kz::GetModuleNo(&p), c.fColumn - 1);
+    EXPECT_EQ(Kz::GetChannelNo(&p), c.fRow - 1);
+    EXPECT_EQ(Kz::GetKzMirrorNo(&p), c.fKzMirror);
+    EXPECT_EQ(Kz::GetKzMirrorNo(c.fEye, c.fMirror), c.fKzMirror);
+    EXPECT_EQ(Kz::GetEyeNoFromKzMirrorNo(c.fKzMirror), c.fEye);
+    EXPECT_EQ(Kz::GetMirrorNoFromKzMirrorNo(c.fKzMirror), c.fMirror);
+    EXPECT_EQ(Kz::GetKzPixelNo(&p), c.fKzPixel);
+    EXPECT_EQ(Kz::GetEyePixelNo(&p), c.fEyePixel);
 
-TEST(CameraLayout, VirtualChannelsFillRows23And24ColumnByColumn) {
-  Kz::PixelNumberRec p = Pixel(1, 1, 441);
-  EXPECT_EQ(Kz::GetColumnNo(&p), 1u);
-  EXPECT_EQ(Kz::GetRowNo(&p), 23u);
-  Kz::SetPixelNo(&p, 442);
-  EXPECT_EQ(Kz::GetColumnNo(&p), 1u);
-  EXPECT_EQ(Kz::GetRowNo(&p), 24u);
-  Kz::SetPixelNo(&p, 480);
-  EXPECT_EQ(Kz::GetColumnNo(&p), 20u);
-  EXPECT_EQ(Kz::GetRowNo(&p), 24u);
-  EXPECT_EQ(Kz::GetChannelNo(&p), 23u);
-}
+    Kz::KzPixelNumberRec k = KzPixel(c.fKzPixel);
+    EXPECT_EQ(Kz::GetEyeNo(&k), c.fEye);
+    EXPECT_EQ(Kz::GetMirrorNo(&k), c.fKzMirror);
+    EXPECT_EQ(Kz::GetEyeMirrorNo(&k), c.fMirror);
+    EXPECT_EQ(Kz::GetMirrorPixelNo(&k), c.fPixel);
+    EXPECT_EQ(Kz::GetEyePixelNo(&k), c.fEyePixel);
+    EXPECT_EQ(Kz::GetColumnNo(&k), c.fColumn);
+    EXPECT_EQ(Kz::GetRowNo(&k), c.fRow);
 
-TEST(CameraLayout, ColumnAndRowLeadBackToEveryPixel) {
-  Kz::PixelNumberRec p{};
-  for (unsigned int n = 1; n <= Kz::kMI_LAST_EXTPIXEL; ++n) {
-    Kz::SetPixelNo(&p, n);
-    const unsigned int col = Kz::GetColumnNo(&p);
-    const unsigned int row = Kz::GetRowNo(&p);
-    ASSERT_GE(col, 1u);
-    ASSERT_LE(col, 20u);
-    Kz::PixelNumberRec q{};
-    Kz::SetPixelNoFromColumnRow(&q, col, row);
-    ASSERT_EQ(Kz::GetPixelNo(&q), n) << "column " << col << " row " << row;
-    Kz::SetPixelNoFromModuleChannel(&q, col - 1, row - 1);
-    ASSERT_EQ(Kz::GetPixelNo(&q), n);
+    Kz::SetPixelNoFromColumnRow(&p, c.fColumn, c.fRow);
+    EXPECT_EQ(Kz::GetPixelNo(&p), c.fPixel);
+    Kz::SetPixelNoFromModuleChannel(&p, c.fColumn - 1, c.fRow - 1);
+    EXPECT_EQ(Kz::GetPixelNo(&p), c.fPixel);
   }
-}
-
-TEST(CameraLayout, ColumnRowGivesTheVirtualChannelCorners) {
-  Kz::PixelNumberRec p{};
-  Kz::SetPixelNoFromColumnRow(&p, 1, 23);
-  EXPECT_EQ(Kz::GetPixelNo(&p), 441u);
-  Kz::SetPixelNoFromColumnRow(&p, 20, 24);
-  EXPECT_EQ(Kz::GetPixelNo(&p), 480u);
-  Kz::SetPixelNoFromModuleChannel(&p, 19, 21);
-  EXPECT_EQ(Kz::GetPixelNo(&p), 440u);
-}
-
-TEST(KzMirrorNumbers, LoftMirrorsFollowTheFourRegularEyes) {
-  EXPECT_EQ(Kz::GetKzMirrorNo(1, 1), 1u);
-  EXPECT_EQ(Kz::GetKzMirrorNo(4, 6), 24u);
-  EXPECT_EQ(Kz::GetKzMirrorNo(5, 3), 27u);
-  const Kz::PixelNumberRec p = Pixel(2, 2, 1);
-  EXPECT_EQ(Kz::GetKzMirrorNo(&p), 8u);
-  EXPECT_EQ(Kz::GetEyeNoFromKzMirrorNo(24), 4u);
-  EXPECT_EQ(Kz::GetEyeNoFromKzMirrorNo(25), 5u);
-  EXPECT_EQ(Kz::GetMirrorNoFromKzMirrorNo(6), 6u);
-  EXPECT_EQ(Kz::GetMirrorNoFromKzMirrorNo(7), 1u);
-  EXPECT_EQ(Kz::GetMirrorNoFromKzMirrorNo(27), 3u);
-}
-
-TEST(KzPixelNumbers, FirstAndLastPixelOfTheObservatory) {
-  Kz::PixelNumberRec first = Pixel(1, 1, 1);
-  Kz::PixelNumberRec last = Pixel(5, 3, 480);
-  EXPECT_EQ(Kz::GetKzPixelNo(&first), 1u);
-  EXPECT_EQ(Kz::GetKzPixelNo(&last), 12960u);
-  EXPECT_EQ(Kz::GetEyePixelNo(&last), 1440u);
-
-  Kz::KzPixelNumberRec k = KzPixel(12960);
-  EXPECT_EQ(Kz::GetEyeNo(&k), 5u);
-  EXPECT_EQ(Kz::GetMirrorNo(&k), 27u);
-  EXPECT_EQ(Kz::GetEyeMirrorNo(&k), 3u);
-  EXPECT_EQ(Kz::GetMirrorPixelNo(&k), 480u);
-  EXPECT_EQ(Kz::GetEyePixelNo(&k), 1440u);
-  EXPECT_EQ(Kz::GetColumnNo(&k), 20u);
-  EXPECT_EQ(Kz::GetRowNo(&k), 24u);
 }
 
 TEST(KzPixelNumbers, OutOfRangeFieldsWrapIntoFourteenBits) {
@@ -180,8 +115,7 @@ TEST(KzPixelNumbers, OutOfRangeFieldsWrapIntoFourteenBits) {
 }
 
 TEST(KzPixelNumbers, ResultRecordIsSharedAndKeepsItsFlags) {
-  Kz::PixelNumberRec a = Pixel(1, 1, 5);
-  Kz::PixelNumberRec b = Pixel(2, 1, 5);
+  Kz::PixelNumberRec a = Pixel(1, 1, 5), b = Pixel(2, 1, 5);
   Kz::KzPixelNumber first = Kz::GetKzPixelNumber(&a);
   first->fBits.fBit1 = 1;
   Kz::KzPixelNumber second = Kz::GetKzPixelNumber(&b);
@@ -194,142 +128,95 @@ TEST(KzPixelNumbers, ResultRecordIsSharedAndKeepsItsFlags) {
 TEST(KzPixelNumbers, EyeLocalFormCarriesTheKzMirrorInItsMirrorField) {
   Kz::KzPixelNumberRec k = KzPixel(3361);  // eye 2, Kz mirror 8, pixel 1
   Kz::PixelNumber p = Kz::GetPixelNumber(&k);
-  EXPECT_EQ(Kz::GetEyeNo(p), 2u);
-  EXPECT_EQ(Kz::GetMirrorNo(p), 0u);  // 8 cut to three bits
-  EXPECT_EQ(Kz::GetPixelNo(p), 1u);
-  EXPECT_EQ(Kz::GetEyeMirrorNo(&k), 2u);
-
+  EXPECT_EQ(p->fPixelNumber, Pixel(2, 0, 1).fPixelNumber);  // 8 cut to three bits
   Kz::KzPixelNumberRec other = KzPixel(2881);
   EXPECT_EQ(Kz::GetPixelNumber(&other), p);
   EXPECT_EQ(Kz::GetMirrorNo(p), 7u);
 }
 
-TEST(KzPixelNumbers, SettingAKzPixelReplacesTheWholeRecord) {
+TEST(KzPixelNumbers, SettersGoThroughTheOtherForm) {
   Kz::PixelNumberRec p = Pixel(1, 1, 1);
   Kz::SetKzPixelNo(&p, 12960);
-  EXPECT_EQ(Kz::GetEyeNo(&p), 5u);
-  EXPECT_EQ(Kz::GetMirrorNo(&p), 3u);
-  EXPECT_EQ(Kz::GetPixelNo(&p), 480u);
+  EXPECT_EQ(p.fPixelNumber, Pixel(5, 3, 480).fPixelNumber);
   Kz::SetKzPixelNo(&p, 0x4000 + 1);
   EXPECT_EQ(p.fPixelNumber, Pixel(1, 1, 1).fPixelNumber);
-}
-
-TEST(KzPixelNumbers, EyeOfAKzPixelIsReplacedThroughTheEyeLocalForm) {
   Kz::KzPixelNumberRec k = KzPixel(1);
   Kz::SetEyeNo(&k, 3);
   EXPECT_EQ(Kz::GetPixelNo(&k), 5761u);
-  EXPECT_EQ(Kz::GetEyeNo(&k), 3u);
-  EXPECT_EQ(Kz::GetEyeMirrorNo(&k), 1u);
 }
 
 using MirrorRecordSetters = KzLogged;
 
-TEST_F(MirrorRecordSetters, SmallMirrorIsEyeLocalOnceTheEyeIsKnown) {
-  Kz::MirrorNumberRec m = Mirror(3, 0);
+// Out-of-range numbers are logged, printed unsigned, and leave the record as it was.
+TEST_F(MirrorRecordSetters, TakeSmallMirrorsAsEyeLocalAndRefuseOutOfRangeNumbers) {
+  Kz::MirrorNumberRec m = Mirror(3, 0), noEye{};
   Kz::SetMirrorNo(&m, 4);
-  EXPECT_EQ(Kz::GetKzMirrorNo(&m), 16u);
+  EXPECT_EQ(m.fMirrorNumber, Mirror(3, 16).fMirrorNumber);
   EXPECT_EQ(Kz::GetMirrorNo(&m), 4u);
-  Kz::SetMirrorNo(&m, 7);
-  EXPECT_EQ(Kz::GetKzMirrorNo(&m), 7u);
-
-  Kz::MirrorNumberRec noEye{};
   Kz::SetMirrorNo(&noEye, 4);
-  EXPECT_EQ(Kz::GetKzMirrorNo(&noEye), 4u);
+  EXPECT_EQ(noEye.fMirrorNumber, Mirror(0, 4).fMirrorNumber);
   EXPECT_EQ(Logged(), "");
-}
-
-TEST_F(MirrorRecordSetters, MirrorOutsideOneTo27IsLoggedAndIgnored) {
-  Kz::MirrorNumberRec m = Mirror(3, 16);
-  Kz::SetMirrorNo(&m, 28);
-  Kz::SetMirrorNo(&m, 0);
-  Kz::SetKzMirrorNo(&m, 28);
+  for (unsigned int refused : {28u, 0u}) Kz::SetMirrorNo(&m, refused);
+  for (unsigned int refused : {28u, 4294967295u}) Kz::SetKzMirrorNo(&m, refused);
+  for (unsigned int refused : {6u, 0u}) Kz::SetEyeNo(&m, refused);
   EXPECT_EQ(m.fMirrorNumber, Mirror(3, 16).fMirrorNumber);
   EXPECT_EQ(Logged(),
             "Kz::SetMirrorNo(MirrorNumber) - Mirror number 28 is not inside valid range !\n"
             "Kz::SetMirrorNo(MirrorNumber) - Mirror number 0 is not inside valid range !\n"
-            "Kz::SetKzMirrorNo(MirrorNumber) - Mirror number 28 is not inside valid range !\n");
-}
-
-TEST_F(MirrorRecordSetters, KzMirrorLeavesTheEyeAlone) {
-  Kz::MirrorNumberRec m = Mirror(3, 16);
-  Kz::SetKzMirrorNo(&m, 2);
-  EXPECT_EQ(Kz::GetEyeNo(&m), 3u);
-  EXPECT_EQ(Kz::GetKzMirrorNo(&m), 2u);
-  Kz::SetKzMirrorNo(&m, 27);
-  EXPECT_EQ(Kz::GetKzMirrorNo(&m), 27u);
-  EXPECT_EQ(Kz::GetMirrorNo(&m), 3u);
-}
-
-TEST_F(MirrorRecordSetters, EyeOutsideOneToFiveIsLoggedAndIgnored) {
-  Kz::MirrorNumberRec m = Mirror(2, 8);
-  Kz::SetEyeNo(&m, 6);
-  Kz::SetEyeNo(&m, 0);
-  EXPECT_EQ(Kz::GetEyeNo(&m), 2u);
-  Kz::SetEyeNo(&m, 5);
-  EXPECT_EQ(Kz::GetEyeNo(&m), 5u);
-  EXPECT_EQ(Kz::GetKzMirrorNo(&m), 8u);
-  EXPECT_EQ(Logged(),
+            "Kz::SetKzMirrorNo(MirrorNumber) - Mirror number 28 is not inside valid range !\n"
+            "Kz::SetKzMirrorNo(MirrorNumber) - Mirror number 4294967295 is not inside valid "
+            "range !\n"
             "Kz::SetEyeNo(MirrorNumber) - Eye number 6 is not inside valid range !\n"
             "Kz::SetEyeNo(MirrorNumber) - Eye number 0 is not inside valid range !\n");
-}
-
-TEST_F(MirrorRecordSetters, NumberIsPrintedUnsigned) {
-  Kz::MirrorNumberRec m{};
-  Kz::SetKzMirrorNo(&m, static_cast<unsigned int>(-1));
-  EXPECT_EQ(Logged(),
-            "Kz::SetKzMirrorNo(MirrorNumber) - Mirror number 4294967295 is not inside valid "
-            "range !\n");
+  Kz::SetMirrorNo(&m, 7);
+  EXPECT_EQ(m.fMirrorNumber, Mirror(3, 7).fMirrorNumber);
+  Kz::SetKzMirrorNo(&m, 27);
+  Kz::SetEyeNo(&m, 5);
+  EXPECT_EQ(m.fMirrorNumber, Mirror(5, 27).fMirrorNumber);
+  EXPECT_EQ(Kz::GetMirrorNo(&m), 3u);
 }
 
 using EyeQueries = KzLogged;
 
-TEST_F(EyeQueries, LoftEyeHasThreeMirrors) {
-  EXPECT_EQ(Kz::GetEyeLastMirrorNo(1), 6u);
-  EXPECT_EQ(Kz::GetEyeLastMirrorNo(5), 3u);
-  EXPECT_EQ(Kz::GetEyeNMirrors(4), 6u);
-  EXPECT_EQ(Kz::GetEyeNMirrors(5), 3u);
-  EXPECT_EQ(Kz::GetKzLastMirrorNo(1), 6u);
-  EXPECT_EQ(Kz::GetKzLastMirrorNo(5), 27u);
-  EXPECT_EQ(Logged(), "");
-}
-
-TEST_F(EyeQueries, FirstKzMirrorIsThePreviousEyesLastMinusOne) {
-  const unsigned int expected[] = {1, 5, 11, 17, 23};
-  for (unsigned int eye = 1; eye <= 5; ++eye)
-    EXPECT_EQ(Kz::GetKzFirstMirrorNo(eye), expected[eye - 1]) << "eye " << eye;
-}
-
-// Calls query(eye), expects std::logic_error and returns what was logged.
-template <class Query>
-std::string RefusedEye(Query query, unsigned int eye) {
-  std::ostringstream log;
-  ErrorLogger::GetInstance().SetStream(&log);
-  try {
-    query(eye);
-    ADD_FAILURE() << "eye " << eye << " accepted";
-  } catch (const std::logic_error& e) {
-    EXPECT_STREQ(e.what(), "Eye number outside valid range");
+// The Loft eye has three mirrors; an eye's first Kz mirror is the previous eye's last minus one.
+TEST_F(EyeQueries, AnswerForEyesOneToFiveAndRefuseOthers) {
+  const unsigned int cases[][4] = {// eye, mirrors, first Kz mirror, last Kz mirror
+                                   {1, 6, 1, 6},
+                                   {2, 6, 5, 12},
+                                   {3, 6, 11, 18},
+                                   {4, 6, 17, 24},
+                                   {5, 3, 23, 27}};
+  for (const auto& [eye, mirrors, first, last] : cases) {
+    SCOPED_TRACE(::testing::Message() << "eye " << eye);
+    EXPECT_EQ(Kz::GetEyeNMirrors(eye), mirrors);
+    EXPECT_EQ(Kz::GetEyeLastMirrorNo(eye), mirrors);
+    EXPECT_EQ(Kz::GetKzFirstMirrorNo(eye), first);
+    EXPECT_EQ(Kz::GetKzLastMirrorNo(eye), last);
   }
-  ErrorLogger::GetInstance().SetStream(&std::clog);
-  return log.str();
-}
+  EXPECT_EQ(Logged(), "");
 
-TEST(EyeQueriesRefuse, EyesZeroAndSixWithTheirMessage) {
-  EXPECT_EQ(RefusedEye(Kz::GetEyeNMirrors, 0),
-            "Kz::GetEyeNMirrors() - Eye number 0 is outside valid range!\n");
-  EXPECT_EQ(RefusedEye(Kz::GetEyeNMirrors, 6),
-            "Kz::GetEyeNMirrors() - Eye number 6 is outside valid range!\n");
-  EXPECT_EQ(RefusedEye(Kz::GetEyeLastMirrorNo, 6),
-            "Kz::GetEyeLastMirrorNo() - Eye number 6 is outside valid range!\n");
-  EXPECT_EQ(RefusedEye(Kz::GetKzFirstMirrorNo, 0),
-            "Kz::GetKzFirstMirrorNo() - Eye number 0 is outside valid range!\n");
-  EXPECT_EQ(RefusedEye(Kz::GetKzFirstMirrorNo, 6),
-            "Kz::GetKzFirstMirrorNo() - Eye number 6 is outside valid range!\n");
-}
-
-TEST(EyeQueriesRefuse, LastKzMirrorFailsThroughTheEyesLastMirror) {
-  EXPECT_EQ(RefusedEye(Kz::GetKzLastMirrorNo, 0),
-            "Kz::GetEyeLastMirrorNo() - Eye number 0 is outside valid range!\n");
+  const struct {
+    unsigned int (*fQuery)(unsigned int);
+    const char* fLoggedBy;  // the last Kz mirror has no check of its own
+    unsigned int fEye;
+  } refused[] = {{Kz::GetEyeNMirrors, "GetEyeNMirrors", 0},
+                 {Kz::GetEyeNMirrors, "GetEyeNMirrors", 6},
+                 {Kz::GetEyeLastMirrorNo, "GetEyeLastMirrorNo", 6},
+                 {Kz::GetKzFirstMirrorNo, "GetKzFirstMirrorNo", 0},
+                 {Kz::GetKzFirstMirrorNo, "GetKzFirstMirrorNo", 6},
+                 {Kz::GetKzLastMirrorNo, "GetEyeLastMirrorNo", 0}};
+  std::string expected;
+  for (const auto& c : refused) {
+    expected += std::string("Kz::") + c.fLoggedBy + "() - Eye number " + std::to_string(c.fEye) +
+                " is outside valid range!\n";
+    try {
+      c.fQuery(c.fEye);
+      ADD_FAILURE() << c.fLoggedBy << " accepted eye " << c.fEye;
+    } catch (const std::logic_error& e) {
+      EXPECT_STREQ(e.what(), "Eye number outside valid range");
+    }
+  }
+  EXPECT_EQ(Logged(), expected);
 }
 
 using KzStreaming = KzLogged;
