@@ -11,7 +11,6 @@
 
 #include "ErrorLogger.h"
 #include "KzNaming.h"
-#include "OstdioStream.h"
 
 namespace KzUtil {
 
@@ -527,5 +526,15 @@ char Inifile::GetNextCharacter(char** src, char* end) {
   if (c >= '1' && c <= '9') return Digits2Value(src, end, 10);
   return 0;
 }
+
+// stdio_filebuf flushes the FILE* when it takes it over, so earlier output of
+// the caller stays in front of ours.
+OstdioStream::OstdioStream(FILE* file)
+    : std::ostream(nullptr), fFilebuf(file, std::ios::out, kBUFFER_SIZE) {
+  init(&fFilebuf);
+  if (!fFilebuf.is_open()) setstate(std::ios::badbit);
+}
+
+OstdioStream::~OstdioStream() { flush(); }
 
 }  // namespace KzUtil

@@ -1,5 +1,6 @@
 // Reader of one ini file of "[Group]" headers and "key = value value ..." lines,
 // found along the configuration search path. Lookups re-read the group each time.
+// OstdioStream, beside it, writes through a caller's FILE* for the reporting constructor.
 //   Inifile ini("camera.ini");
 //   if (ini.SpecifyGroup("Geometry") == 0) az = ini.GetFirstFloat("axis1", 0.0, &error);
 //   elevation = ini.GetNextFloat(&error);  // the next value on the same line
@@ -10,11 +11,31 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <ext/stdio_filebuf.h>
 #include <ios>
 #include <memory>
+#include <ostream>
 #include <string>
 
 namespace KzUtil {
+
+// An output stream through a C stdio file the caller already holds; the file is
+// flushed, never closed, when the stream goes.
+//   OstdioStream log(stderr);  log << "reading from " << path << '\n';
+class OstdioStream : public std::ostream {
+ public:
+  explicit OstdioStream(FILE* file);
+  ~OstdioStream() override;
+
+ private:
+  OstdioStream() = delete;
+  OstdioStream(const OstdioStream&) = delete;
+  OstdioStream& operator=(const OstdioStream&) = delete;
+
+  static constexpr std::size_t kBUFFER_SIZE = 8192;
+
+  __gnu_cxx::stdio_filebuf<char> fFilebuf;  // writes to the caller's FILE*, which it does not own
+};
 
 class Inifile {
  public:

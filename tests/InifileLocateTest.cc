@@ -9,7 +9,6 @@
 
 #include "InifileTestSupport.h"
 #include "KzNaming.h"
-#include "OstdioStream.h"
 
 using KzUtil::Inifile;
 using namespace std::string_literals;
