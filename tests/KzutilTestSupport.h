@@ -1,14 +1,15 @@
 // Runs the built kzutil program the way a shell would, in a clean environment
-// whose HOME is a fresh temporary directory, and returns its stdout, stderr and
-// exit status. The program's path comes from the build (KZUTIL_PROGRAM).
-//   KzutilRun run({"time", "gps2unix", "0"});
-//   EXPECT_EQ(run.fStdout, "315964800\n");
+// whose HOME is a fresh temporary directory, and checks what it gives. The
+// program's path comes from the build (KZUTIL_PROGRAM).
+//   KzTest::ExpectCases({{"time gps2unix 0", 0, "315964800\n"}});
 #ifndef KZUTIL_TESTS_KZUTILTESTSUPPORT_H
 #define KZUTIL_TESTS_KZUTILTESTSUPPORT_H
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <iomanip>
 #include <map>
 #include <sstream>
 #include <string>
@@ -21,27 +22,33 @@
 
 namespace KzTest {
 
+// The words of a command line: split at spaces, '...' keeps spaces in a word.
+inline std::vector<std::string> Words(const std::string& line) {
+  std::vector<std::string> words;
+  std::istringstream text(line);
+  for (std::string word; text >> std::quoted(word, '\'');) words.push_back(word);
+  return words;
+}
+
 // How to start the program: arguments, environment beyond HOME, working directory.
 struct KzutilCall {
-  std::vector<std::string> fArgs;           // after the program name
+  std::string fCommand;                     // the arguments as a command line (see Words)
   std::map<std::string, std::string> fEnv;  // added to HOME (which may be overridden)
   std::string fCwd;                         // empty: the HOME directory
 };
 
 // Replaces the calling child with kzutil; never returns.
 inline void ExecKzutil(const KzutilCall& call, const std::string& home) {
-  std::map<std::string, std::string> env = {{"HOME", home}, {"PATH", "/usr/bin:/bin"}};
-  for (const auto& [name, value] : call.fEnv) env[name] = value;
-  std::vector<std::string> envText;
-  for (const auto& [name, value] : env) envText.push_back(name + "=" + value);
+  clearenv();
+  setenv("HOME", home.c_str(), 1);
+  setenv("PATH", "/usr/bin:/bin", 1);
+  for (const auto& [name, value] : call.fEnv) setenv(name.c_str(), value.c_str(), 1);
+  std::vector<std::string> args = Words(call.fCommand);
   std::vector<char*> argv = {const_cast<char*>(KZUTIL_PROGRAM)};
-  for (const std::string& arg : call.fArgs) argv.push_back(const_cast<char*>(arg.c_str()));
+  for (std::string& arg : args) argv.push_back(&arg[0]);
   argv.push_back(nullptr);
-  std::vector<char*> envp;
-  for (std::string& entry : envText) envp.push_back(&entry[0]);
-  envp.push_back(nullptr);
   if (chdir(call.fCwd.empty() ? home.c_str() : call.fCwd.c_str()) != 0) _exit(126);
-  execve(KZUTIL_PROGRAM, argv.data(), envp.data());
+  execv(KZUTIL_PROGRAM, argv.data());
   _exit(127);
 }
 
@@ -52,15 +59,13 @@ class KzutilRun : public ChildResult {
     TempDir home;
     static_cast<ChildResult&>(*this) = RunInChild([&] { ExecKzutil(call, home.Path()); });
   }
-  KzutilRun(const std::vector<std::string>& args) : KzutilRun(KzutilCall{args, {}, ""}) {}
+  explicit KzutilRun(const std::string& command, const std::string& cwd = "")
+      : KzutilRun(KzutilCall{command, {}, cwd}) {}
   // The stdout as JSON; a parse error fails the test.
   nlohmann::json Json() const {
-    try {
-      return nlohmann::json::parse(fStdout);
-    } catch (const nlohmann::json::exception& e) {
-      ADD_FAILURE() << "stdout is no JSON document: " << e.what() << "\n" << fStdout;
-      return nlohmann::json();
-    }
+    const nlohmann::json json = nlohmann::json::parse(fStdout, nullptr, false);
+    EXPECT_FALSE(json.is_discarded()) << "stdout is no JSON document:\n" << fStdout;
+    return json;
   }
   // The stdout's lines.
   std::vector<std::string> Lines() const {
@@ -71,25 +76,50 @@ class KzutilRun : public ChildResult {
   }
 };
 
-// kzutil on a host of its own (see RunOnHost); status 77 when the host could not be set up.
-inline ChildResult RunKzutilOnHost(const HostSetup& host, const KzutilCall& call,
-                                   const std::string& home) {
-  return RunOnHost(host, [&] { ExecKzutil(call, home); });
+// Each field (JSON pointer -> value) of fields has its value in doc.
+inline void ExpectFields(const nlohmann::json& doc, const nlohmann::json& fields) {
+  for (const auto& [pointer, value] : fields.items()) {
+    const nlohmann::json::json_pointer at(pointer);
+    EXPECT_EQ(doc.contains(at) ? doc[at] : nlohmann::json("(missing)"), value) << pointer;
+  }
 }
 
-// A usage error: no output, one diagnostic line naming the fault, status 2.
-inline void ExpectUsageError(const ChildResult& run, const std::string& text) {
-  EXPECT_EQ(run.fExitCode, 2);
-  EXPECT_EQ(run.fStdout, "");
-  EXPECT_EQ(run.fStderr.rfind("kzutil: usage error: ", 0), 0u) << run.fStderr;
-  EXPECT_NE(run.fStderr.find(text), std::string::npos) << run.fStderr;
-  EXPECT_EQ(std::count(run.fStderr.begin(), run.fStderr.end(), '\n'), 1) << run.fStderr;
+// One call and what it must give.
+struct KzutilCase {
+  std::string fCommand;      // the arguments as a command line (see Words)
+  int fExitCode;             // the exit status
+  nlohmann::json fStdout;    // the whole stdout, or fields of its JSON (pointer -> value)
+  std::string fStderr = "";  // the whole stderr
+};
+
+// Runs every case in cwd (empty: HOME) and checks it, naming the row on a failure.
+inline void ExpectCases(const std::vector<KzutilCase>& cases, const std::string& cwd = "") {
+  for (const KzutilCase& expected : cases) {
+    SCOPED_TRACE("kzutil " + expected.fCommand);
+    const KzutilRun run(expected.fCommand, cwd);
+    EXPECT_EQ(run.fExitCode, expected.fExitCode);
+    EXPECT_EQ(run.fStderr, expected.fStderr);
+    if (expected.fStdout.is_string())
+      EXPECT_EQ(run.fStdout, expected.fStdout.get<std::string>());
+    else
+      ExpectFields(run.Json(), expected.fStdout);
+  }
 }
-#define EXPECT_USAGE_ERROR(run, text)       \
-  do {                                      \
-    SCOPED_TRACE("expected a usage error"); \
-    KzTest::ExpectUsageError(run, text);    \
-  } while (0)
+
+// Each command (-> a text of its diagnostic), run in cwd, is a usage error: no output,
+// one diagnostic line naming the fault, status 2.
+inline void ExpectUsageErrors(const std::vector<std::pair<std::string, std::string>>& cases,
+                              const std::string& cwd = "") {
+  for (const auto& [command, text] : cases) {
+    SCOPED_TRACE("kzutil " + command);
+    const KzutilRun run(command, cwd);
+    EXPECT_EQ(run.fExitCode, 2);
+    EXPECT_EQ(run.fStdout, "");
+    EXPECT_EQ(run.fStderr.rfind("kzutil: usage error: ", 0), 0u) << run.fStderr;
+    EXPECT_NE(run.fStderr.find(text), std::string::npos) << run.fStderr;
+    EXPECT_EQ(std::count(run.fStderr.begin(), run.fStderr.end(), '\n'), 1) << run.fStderr;
+  }
+}
 
 }  // namespace KzTest
 

@@ -1,138 +1,84 @@
 // kzutil's program conventions and its time subcommands, run as a shell would.
-#include <algorithm>
-
 #include "KzUtilVersion.h"
 #include "KzutilTestSupport.h"
 
 using KzTest::KzutilRun;
 using KzTest::TempDir;
 
-TEST(KzutilProgram, VersionPrintsTheLibraryVersion) {
-  KzutilRun run({"--version"});
-  EXPECT_EQ(run.fExitCode, 0);
-  EXPECT_EQ(run.fStdout, std::string(KzUtil::kKzUtilVersionString) + "\n");
-  EXPECT_EQ(run.fStderr, "");
+TEST(KzutilProgram, VersionAndHelpDescribeTheProgram) {
+  KzTest::ExpectCases({{"--version", 0, std::string(KzUtil::kKzUtilVersionString) + "\n"}});
+  const KzutilRun help("--help"), sub("time show --help");
+  EXPECT_EQ(help.fExitCode, 0);
+  for (const char* name : {"info", "time", "pixel", "camera", "number", "fov", "display", "ini"})
+    EXPECT_NE(help.fStdout.find("  " + std::string(name) + " "), std::string::npos) << name;
+  EXPECT_NE(help.fStdout.find("2 a usage error"), std::string::npos);
+  EXPECT_EQ(sub.fExitCode, 0);
+  EXPECT_NE(sub.fStdout.find("Examples:\n  kzutil time show"), std::string::npos);
+  EXPECT_NE(sub.fStdout.find("--json"), std::string::npos);
 }
 
-TEST(KzutilProgram, HelpListsEverySubcommandAndTheExitStatuses) {
-  KzutilRun run({"--help"});
-  EXPECT_EQ(run.fExitCode, 0);
-  for (const char* sub : {"info", "time", "pixel", "camera", "number", "ini"})
-    EXPECT_NE(run.fStdout.find("  " + std::string(sub) + " "), std::string::npos) << sub;
-  EXPECT_NE(run.fStdout.find("2 a usage error"), std::string::npos);
+TEST(KzutilProgram, BadArgumentsAreUsageErrors) {
+  KzTest::ExpectUsageErrors({
+      {"", "subcommand is required"},
+      {"time gps2unix 5 --bogus", "--bogus"},
+      {"time gps2unix -5", "'-5'"},
+      {"time unix2gps 4294967296", "'4294967296'"},
+      {"time show 12abc", "'12abc'"},
+      {"time show --gps", "T is required"},
+  });
 }
 
-TEST(KzutilProgram, SubcommandHelpShowsExamples) {
-  KzutilRun run({"time", "show", "--help"});
-  EXPECT_EQ(run.fExitCode, 0);
-  EXPECT_NE(run.fStdout.find("Examples:\n  kzutil time show"), std::string::npos);
-  EXPECT_NE(run.fStdout.find("--json"), std::string::npos);
-}
-
-TEST(KzutilProgram, MissingSubcommandIsAUsageError) {
-  KzutilRun run(std::vector<std::string>{});
-  EXPECT_USAGE_ERROR(run, "subcommand is required");
-}
-
-TEST(KzutilProgram, UnknownOptionIsAUsageError) {
-  KzutilRun run({"time", "gps2unix", "5", "--bogus"});
-  EXPECT_USAGE_ERROR(run, "--bogus");
-}
-
+// The 16th leap second, 2012-06-30 23:59:60, is GPS 1025136015 = 1341100800 - 315964800 + 15.
+// Unix 1341100801 gives one second less than the true GPS time, as the library keeps it.
 TEST(KzutilTime, GpsToUnixMapsTheLeapSecondOntoTheSecondBefore) {
-  KzutilRun leap({"time", "gps2unix", "1025136015"});
-  KzutilRun before({"time", "gps2unix", "1025136014"});
-  EXPECT_EQ(leap.fExitCode, 0);
-  EXPECT_EQ(leap.fStdout, "1341100799\n");
-  EXPECT_EQ(before.fStdout, "1341100799\n");
-  EXPECT_EQ(leap.fStderr, "");
-}
-
-TEST(KzutilTime, UnixToGpsAsJson) {
-  KzutilRun run({"time", "unix2gps", "1341100801", "--json"});
-  EXPECT_EQ(run.fExitCode, 0);
-  const nlohmann::json json = run.Json();
-  EXPECT_EQ(json["gps"], 1025136016u);
-  EXPECT_EQ(json["unix"], 1341100801u);
+  KzTest::ExpectCases({
+      {"time gps2unix 1025136015", 0, "1341100799\n"},
+      {"time gps2unix 1025136014", 0, "1341100799\n"},
+      {"time unix2gps 1341100801 --json", 0, R"({"/gps": 1025136016, "/unix": 1341100801})"_json},
+  });
 }
 
 TEST(KzutilTime, ShowPrintsTheLeapSecondAsSecond60) {
-  KzutilRun run({"time", "show", "--gps", "1025136015", "--format", "%Y-%m-%d %H:%M:%S"});
-  EXPECT_EQ(run.fExitCode, 0);
-  EXPECT_EQ(run.fStdout, "2012-06-30 23:59:60\n");
-}
-
-TEST(KzutilTime, ShowUsesTheLibraryFormatByDefault) {
-  EXPECT_EQ(KzutilRun({"time", "show", "1341100798"}).fStdout, "Sat Jun 30 23:59:58 2012\n");
-}
-
-TEST(KzutilTime, ShowAsJsonTellsTheLeapSecond) {
-  const nlohmann::json leap = KzutilRun({"time", "show", "--gps", "1025136015", "--json"}).Json();
-  const nlohmann::json plain = KzutilRun({"time", "show", "--gps", "1025136016", "--json"}).Json();
-  EXPECT_EQ(leap["leap_second"], true);
-  EXPECT_EQ(leap["unix"], 1341100799u);
-  EXPECT_EQ(leap["text"], "Sat Jun 30 23:59:60 2012");
-  EXPECT_EQ(plain["leap_second"], false);
-  EXPECT_EQ(plain["text"], "Sun Jul 01 00:00:00 2012");
-}
-
-TEST(KzutilTime, NegativeOrOversizedSecondsAreUsageErrors) {
-  EXPECT_USAGE_ERROR(KzutilRun({"time", "gps2unix", "-5"}), "'-5'");
-  EXPECT_USAGE_ERROR(KzutilRun({"time", "unix2gps", "4294967296"}), "'4294967296'");
-  EXPECT_USAGE_ERROR(KzutilRun({"time", "show", "12abc"}), "'12abc'");
-}
-
-TEST(KzutilTime, MissingTimeIsAUsageError) {
-  EXPECT_USAGE_ERROR(KzutilRun({"time", "show", "--gps"}), "T is required");
+  KzTest::ExpectCases({
+      {"time show --gps 1025136015 --format '%Y-%m-%d %H:%M:%S'", 0, "2012-06-30 23:59:60\n"},
+      {"time show 1341100798", 0, "Sat Jun 30 23:59:58 2012\n"},
+      {"time show --gps 1025136015 --json", 0,
+       R"({"/leap_second": true, "/unix": 1341100799, "/text": "Sat Jun 30 23:59:60 2012"})"_json},
+      {"time show --gps 1025136016 --json", 0,
+       R"({"/leap_second": false, "/text": "Sun Jul 01 00:00:00 2012"})"_json},
+  });
 }
 
 TEST(KzutilTime, LeapsPrintsTheBuiltInTable) {
-  KzutilRun run({"time", "leaps"});
-  EXPECT_EQ(run.fExitCode, 0);
-  const std::vector<std::string> lines = run.Lines();
+  const std::vector<std::string> lines = KzutilRun("time leaps").Lines();
+  const nlohmann::json json = KzutilRun("time leaps --json").Json();
   ASSERT_EQ(lines.size(), 16u + 3u);
   EXPECT_EQ(lines.front(), "=== TimeConvert::PrintLeapSecondTable() ===");
-  EXPECT_EQ(lines[18 - 1], "1341100799  1025136015    16");
-}
-
-TEST(KzutilTime, LeapsAsJsonHasOneEntryPerRow) {
-  const nlohmann::json json = KzutilRun({"time", "leaps", "--json"}).Json();
+  EXPECT_EQ(lines[2 + 15], "1341100799  1025136015    16");
   ASSERT_EQ(json["entries"].size(), 16u);
-  EXPECT_EQ(json["entries"][0]["gps"], 46828800u);
-  EXPECT_EQ(json["entries"][0]["unix"], 362793599u);
-  EXPECT_EQ(json["entries"][15]["leap_seconds"], 16u);
+  KzTest::ExpectFields(json, R"({"/entries/0/gps": 46828800, "/entries/0/unix": 362793599,
+                                 "/entries/15/leap_seconds": 16})"_json);
 }
 
-TEST(KzutilTime, LeapsFromAnIniFileAppendsTheNewerLeapSeconds) {
+// The 17th leap second ends 2015-06-30: GPS 1435708800 - 315964800 + 16, listed after the
+// built-in rows. A refused entry leaves the built-in table as it was.
+TEST(KzutilTime, LeapsFromAnIniFileAppendOrFail) {
   TempDir dir;
-  const std::string ini = dir.Write("leaps.ini", "[LeapSeconds]\nleap0 = 2015-07-01 17\n");
-  KzutilRun run({"time", "leaps", "--ini", ini, "--json"});
-  EXPECT_EQ(run.fExitCode, 0);
-  EXPECT_EQ(run.fStderr, "");
-  const nlohmann::json json = run.Json();
-  EXPECT_EQ(json["source"], ini);
-  ASSERT_EQ(json["entries"].size(), 17u);
-  EXPECT_EQ(json["entries"][16]["unix"], 1435708799u);
-  EXPECT_EQ(json["entries"][16]["gps"], 1119744016u);
-  EXPECT_EQ(json["entries"][16]["leap_seconds"], 17u);
-}
-
-TEST(KzutilTime, LeapsReportsRefusedEntriesAndFails) {
-  TempDir dir;
-  const std::string ini = dir.Write("leaps.ini", "[LeapSeconds]\nleap0 = 2015-07-02 17\n");
-  KzutilRun run({"time", "leaps", "--ini", ini});
-  EXPECT_EQ(run.fExitCode, 1);
-  EXPECT_EQ(run.fStderr,
-            "ERR:TimeConvert::ReadLeapSecondTable() - entry 'leap0' contains illegal date, "
-            "skipped!!!\n");
-  EXPECT_EQ(run.Lines().size(), 16u + 3u);
-}
-
-TEST(KzutilTime, LeapsFromAFileWithoutTheGroupFails) {
-  TempDir dir;
-  const std::string ini = dir.Write("other.ini", "[Geometry]\naxis1 = 1 2\n");
-  KzutilRun run({"time", "leaps", "--ini", ini});
-  EXPECT_EQ(run.fExitCode, 1);
-  EXPECT_EQ(run.fStdout, "");
-  EXPECT_EQ(run.fStderr, "kzutil: error: no group [LeapSeconds] in " + ini + "\n");
+  const std::string good = dir.Write("good.ini", "[LeapSeconds]\nleap0 = 2015-07-01 17\n");
+  const std::string refused = dir.Write("refused.ini", "[LeapSeconds]\nleap0 = 2015-07-02 17\n");
+  const std::string other = dir.Write("other.ini", "[Geometry]\naxis1 = 1 2\n");
+  const std::string table = KzutilRun("time leaps").fStdout;
+  std::string appended = table;
+  appended.insert(appended.rfind('\n', appended.size() - 2) + 1, "1435708799  1119744016    17\n");
+  nlohmann::json fields = R"({"/entries/16/gps": 1119744016, "/entries/16/leap_seconds": 17})"_json;
+  fields["/source"] = good;
+  KzTest::ExpectCases({
+      {"time leaps --ini " + good, 0, appended},
+      {"time leaps --json --ini " + good, 0, fields},
+      {"time leaps --ini " + refused, 1, table,
+       "ERR:TimeConvert::ReadLeapSecondTable() - entry 'leap0' contains illegal date, "
+       "skipped!!!\n"},
+      {"time leaps --ini " + other, 1, "",
+       "kzutil: error: no group [LeapSeconds] in " + other + "\n"},
+  });
 }
