@@ -1,9 +1,7 @@
-// Helpers of the ini file suites: the logger's output caught in lines, a reader
-// that lets a test reach the protected calls, and a fixture whose fresh directory
-// is HOME and the working directory.
-//   KzTest::LogCapture log;
-//   Inifile ini("x.ini");
-//   EXPECT_EQ(log.Lines().back(), "Inifile::Locate() - could not find x.ini in any directory !!!");
+// Helpers of the ini file suites: a reader that lets a test reach the protected
+// calls, lookups as text, and a fixture whose fresh directory is HOME and the
+// working directory.
+//   OpenInifile& ini = Read("key = 1 2\n");  EXPECT_EQ(First("key"), "1");
 #ifndef KZUTIL_TESTS_INIFILETESTSUPPORT_H
 #define KZUTIL_TESTS_INIFILETESTSUPPORT_H
 
@@ -25,22 +23,6 @@
 #include "KzTestSupport.h"
 
 namespace KzTest {
-
-// Sends the error logger's output into a string for the lifetime of the object.
-class LogCapture {
- public:
-  LogCapture() { KzUtil::Singleton<KzUtil::ErrorLogger>::GetInstance().SetStream(&fText); }
-  ~LogCapture() { KzUtil::Singleton<KzUtil::ErrorLogger>::GetInstance().SetStream(&std::clog); }
-  std::vector<std::string> Lines() const {
-    std::vector<std::string> lines;
-    std::istringstream in(fText.str());
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
-  }
-
- private:
-  std::ostringstream fText;  // everything logged so far
-};
 
 // An Inifile whose protected operations a test may call.
 class OpenInifile : public KzUtil::Inifile {

@@ -7,7 +7,6 @@
 
 #include "InifileChain.h"
 #include "KzGeometry.h"
-#include "KzLoggedTest.h"
 #include "KzTestSupport.h"
 
 using namespace KzUtil;
@@ -167,7 +166,7 @@ TEST_F(KzGeometryPointing, ShippedSiteFileCarriesTheBuiltInAxes) {
   const std::vector<KzGeometry::CameraPointing_t> loftBuiltIn(loft, loft + 9);
   std::fill(loft, loft + 9, KzGeometry::CameraPointing_t(2.0, 2.0));
   TakeLog();
-  InifileChain chain(KzTest::ShippedSiteFile().c_str());
+  InifileChain chain(KzTest::SourcePath("etc/KzSite.ini").c_str());
   ASSERT_TRUE(KzGeometry::ReadCameraPointing(chain)) << TakeLog();
   for (unsigned int id = 1; id < 28; ++id) {
     EXPECT_NEAR(Axis(id).first, builtIn[id - 1].first, 1e-5) << id;

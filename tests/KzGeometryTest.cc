@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include "ErrorLogger.h"
-#include "KzLoggedTest.h"
 #include "KzTestSupport.h"
 
 using namespace KzUtil;

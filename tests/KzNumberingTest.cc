@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "ErrorLogger.h"
+#include "KzTestSupport.h"
 
 // The library only forward-declares the framework's buffer; any complete type will do here.
 class TBuffer {};
@@ -38,12 +39,10 @@ Kz::MirrorNumberRec Mirror(unsigned int eye, unsigned int kzMirror) {
 // Catches what the numbering logs, line by line.
 class KzLogged : public ::testing::Test {
  protected:
-  void SetUp() override { ErrorLogger::GetInstance().SetStream(&fLog); }
-  void TearDown() override { ErrorLogger::GetInstance().SetStream(&std::clog); }
-  std::string Logged() const { return fLog.str(); }
+  std::string Logged() const { return fLog.Text(); }
 
  private:
-  std::ostringstream fLog;
+  KzTest::LogCapture fLog;
 };
 
 TEST(PackedRecords, FieldsSitAtTheirBitsAndOverWideValuesLoseTheirHighBitsOnly) {

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include "InifileChain.h"
-#include "KzLoggedTest.h"
 #include "KzTestSupport.h"
 #include "TimeConvert.h"
 
@@ -170,7 +169,7 @@ TEST_F(TimeConvertLeapFileData, IersListGivesTheRightGPSSecondsThrough2030) {
 TEST_F(TimeConvertLeapFileData, ShippedSiteFileGivesTheSameTable) {
   const std::vector<Leap> leaps = IersLeapSeconds();
   if (leaps.empty()) GTEST_SKIP() << kIersList << " is missing (install tzdata)";
-  TimeConvert::ReadLeapSecondTable(KzTest::ShippedSiteFile());
+  TimeConvert::ReadLeapSecondTable(KzTest::SourcePath("etc/KzSite.ini"));
   EXPECT_EQ(TakeLog(), kAddTwo);
   EXPECT_EQ(TableRows(), ExpectedRows(leaps));
 }

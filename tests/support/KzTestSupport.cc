@@ -14,6 +14,7 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
+#include <stdexcept>
 
 #include <gtest/gtest.h>
 
@@ -44,6 +45,48 @@ std::string ReadFile(const std::string& path) {
   std::ostringstream text;
   text << in.rdbuf();
   return text.str();
+}
+
+std::string SourcePath(const std::string& relative) {
+  // ctest passes the source tree; run by hand, this file's place tells.
+  const char* dir = getenv("KZUTIL_SOURCE_DIR");
+  const std::string here = __FILE__;
+  const std::string root = dir && *dir ? dir : here.substr(0, here.rfind("/tests/"));
+  return root + "/" + relative;
+}
+
+LogCapture::LogCapture() { KzUtil::ErrorLogger::GetInstance().SetStream(&fText); }
+
+LogCapture::LogCapture(KzUtil::ErrorLogger::ESeverityLevel level) : LogCapture() {
+  KzUtil::ErrorLogger::GetInstance().SetLoggingLevel(level, true);
+}
+
+LogCapture::~LogCapture() { KzUtil::ErrorLogger::GetInstance().SetStream(&std::clog); }
+
+std::vector<std::string> LogCapture::Lines() const {
+  std::vector<std::string> lines;
+  std::istringstream in(fText.str());
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+std::string LogCapture::Take() {
+  const std::string text = fText.str();
+  fText.str("");
+  return text;
+}
+
+std::string Thrown(const std::function<void()>& body) {
+  try {
+    body();
+  } catch (const std::range_error& e) {
+    return std::string("range_error: ") + e.what();
+  } catch (const std::invalid_argument& e) {
+    return std::string("invalid_argument: ") + e.what();
+  } catch (const std::logic_error& e) {
+    return std::string("logic_error: ") + e.what();
+  }
+  return "nothing thrown";
 }
 
 namespace {

@@ -1,6 +1,7 @@
 // Helpers shared by the test suites: real temporary directories, forked children
-// whose output and exit status are captured, and children that run on a host of
-// their own (UTS + mount namespaces, chosen host name, bind-mounted /etc files).
+// whose output and exit status are captured, children that run on a host of their
+// own (UTS + mount namespaces, chosen host name, bind-mounted /etc files), and the
+// library's log caught in a string.
 //   KzTest::ChildResult r = KzTest::RunInChild([] { std::cout << "x"; });
 //   EXPECT_EQ(r.fStdout, "x");
 #ifndef KZUTIL_TESTS_KZTESTSUPPORT_H
@@ -8,8 +9,13 @@
 
 #include <functional>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "ErrorLogger.h"
 
 namespace KzTest {
 
@@ -54,6 +60,37 @@ ChildResult RunOnHost(const HostSetup& host, const std::function<void()>& body);
 
 // Reads a whole file; empty when it cannot be read.
 std::string ReadFile(const std::string& path);
+// A file of the source tree, e.g. SourcePath("etc/KzSite.ini").
+std::string SourcePath(const std::string& relative);
+
+// Sends the error logger's output into a string while it lives (back to the log
+// stream afterwards: exit handlers may log later); with a level, lets that
+// severity and all above it through.
+class LogCapture {
+ public:
+  LogCapture();
+  explicit LogCapture(KzUtil::ErrorLogger::ESeverityLevel level);
+  ~LogCapture();
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+  std::string Text() const { return fText.str(); }  // logged since the last Take
+  std::vector<std::string> Lines() const;           // the same, line by line
+  std::string Take();                               // Text(), then forgets it
+
+ private:
+  std::ostringstream fText;  // what the logger wrote
+};
+
+// A test whose whole log, debug lines included, is caught.
+class LoggedTest : public ::testing::Test {
+ protected:
+  std::string TakeLog() { return fLog.Take(); }
+
+  LogCapture fLog{KzUtil::ErrorLogger::eDebug};
+};
+
+// What body throws, as "kind: text"; "nothing thrown" when it returns.
+std::string Thrown(const std::function<void()>& body);
 
 }  // namespace KzTest
 
