@@ -1,7 +1,5 @@
-// Keys and their values: how a line splits into key and values, which line a key
-// finds, how the getters walk a line and report, numbers by the strtol base-0 and
-// strtod rules, the tokenizer shared by the whole process, overriding a lookup,
-// and the escape decoder kept for subclasses.
+// Keys and their values: splitting, the getters and their error codes, numbers,
+// the process-wide tokenizer, overriding a lookup, and the escape decoder.
 #include <cstring>
 
 #include "InifileTestSupport.h"
@@ -29,12 +27,13 @@ TEST_F(InifileEntries, LineSplitsIntoKeyAndValuesAsWritten) {
   for (const auto& [key, values] : rows) EXPECT_EQ(Values(key), values) << key;
 }
 
-TEST_F(InifileEntries, NextStringFailsOnlyWithoutLineAndLeavesErrorAtItsEnd) {
-  KzUtil::Inifile& ini = Read("k = a b\n");
+TEST_F(InifileEntries, StringsFailOnlyWithoutLineAndNextLeavesErrorAtItsEnd) {
+  KzUtil::Inifile& ini = Read("flag\nk = a b\n");
   int error = 0;
   EXPECT_EQ(Result(ini.GetNextString(&error), error), "<null>/-1");  // no key found yet
   EXPECT_EQ(Result(ini.GetNextString("d", &error), error), "d/-1");
-  EXPECT_EQ(First("k"), "a");
+  EXPECT_EQ(Result(ini.GetFirstString("flag", "off", &error), error), "off/-1");
+  EXPECT_EQ(Result(ini.GetFirstString("k", "d", &error), error), "a/0");
   error = 7;
   EXPECT_EQ(Result(ini.GetNextString(&error), error), "b/7");
   EXPECT_EQ(Result(ini.GetNextString(&error), error), "<null>/7");
@@ -44,45 +43,28 @@ TEST_F(InifileEntries, NextStringFailsOnlyWithoutLineAndLeavesErrorAtItsEnd) {
     EXPECT_EQ(Result(ini.GetNextString("d", &error), error), expected);
 }
 
-TEST_F(InifileEntries, FirstStringDefaultReportsFoundOrNot) {
-  KzUtil::Inifile& ini = Read("k = v\nflag\n[H]\n");
-  int error = -1;
-  EXPECT_EQ(Result(ini.GetFirstString("k", "d", &error), error), "v/0");
-  EXPECT_EQ(Result(ini.GetFirstString("flag", "off", &error), error), "off/-1");
-  EXPECT_EQ(Result(ini.GetFirstString("x", "d", &error), error), "d/-1");
-}
-
+// strtok's state is one for the process: a reader continues the line tokenized
+// last, by any reader or caller, even one that went away since.
 TEST_F(InifileEntries, NextStringContinuesWhateverWasTokenizedLast) {
-  KzUtil::Inifile first(fDir.Write("a.ini", "[G]\nk = a1 a2 a3\n").c_str());
-  KzUtil::Inifile second(fDir.Write("b.ini", "[G]\nk = b1 b2\n").c_str());
-  ASSERT_EQ(first.SpecifyGroup("G"), 0);
-  ASSERT_EQ(second.SpecifyGroup("G"), 0);
-  EXPECT_STREQ(first.GetFirstString("k"), "a1");
-  EXPECT_STREQ(second.GetFirstString("k"), "b1");
-  EXPECT_STREQ(first.GetNextString(static_cast<int*>(nullptr)), "b2");
-  char words[] = "alpha beta";
-  EXPECT_STREQ(strtok(words, " "), "alpha");
-  EXPECT_STREQ(first.GetNextString(static_cast<int*>(nullptr)), "beta");
-}
-
-TEST_F(InifileEntries, NextStringAfterReaderWentAwayIsHarmless) {
-  Read("k = 1 2\n");
-  EXPECT_EQ(First("k"), "1");
+  Read("k = a1 a2\n");
+  EXPECT_EQ(First("k"), "a1");
   {
     KzUtil::Inifile other(
-        fDir.Write("o.ini", "[G]\nk = " + std::string(4000, 'x') + " y\n").c_str());
-    ASSERT_EQ(other.SpecifyGroup("G"), 0);
-    ASSERT_NE(other.GetFirstString("k"), nullptr);
+        fDir.Write("o.ini", "[G]\nk = " + std::string(4000, 'x') + " b2 b3\n").c_str());
+    ASSERT_EQ(KzTest::Lookup(other, "G", "k"), std::string(4000, 'x'));
+    EXPECT_EQ(Next(), "b2");
   }
-  EXPECT_EQ(Next(), "y");
+  EXPECT_EQ(Next(), "b3");
+  char words[] = "alpha beta";
+  EXPECT_STREQ(strtok(words, " "), "alpha");
+  EXPECT_EQ(Next(), "beta");
   EXPECT_EQ(Next(), "<null>");
-  EXPECT_EQ(Values("k"), "1|2");
+  EXPECT_EQ(Values("k"), "a1|a2");
 }
 
 // Accepts short names for long keys; every typed and defaulted getter follows.
 class AliasInifile : public KzUtil::Inifile {
  public:
-  using Inifile::GetFirstString;
   using Inifile::GetNextString;
   using Inifile::Inifile;
   const char* GetFirstString(const char* entry) override {
@@ -101,9 +83,7 @@ TEST_F(InifileEntries, OverriddenLookupChangesEveryGetterBuiltOnIt) {
   EXPECT_EQ(Result(ini.GetFirstFloat("az", &error), error), "12.5/0");
   EXPECT_EQ(Result(ini.GetNextValue(&error), error), "-1/0");
   EXPECT_EQ(ini.GetNextValue(0, &error), 7);
-  EXPECT_DOUBLE_EQ(ini.GetFirstFloat("az", 0.0, &error), 12.5);
   EXPECT_EQ(ini.GetFirstValue("az", 0, &error), 12);
-  EXPECT_STREQ(ini.GetFirstString("az", "d", &error), "12.5");
   EXPECT_STREQ(ini.GetNextString("d", &error), "-1");
   EXPECT_DOUBLE_EQ(ini.GetNextFloat(0.0, &error), 7.0);
 }
@@ -111,15 +91,12 @@ TEST_F(InifileEntries, OverriddenLookupChangesEveryGetterBuiltOnIt) {
 TEST_F(InifileNumbers, ValuesConvertLikeStrtolAndStrtod) {
   const char* rows[][3] = {
       // token, as integer, as floating value
-      {"5", "5/0", "5/0"},        {"0x1F", "31/0", "31/0"},
       {"0X1f", "31/0", "31/0"},   {"010", "8/0", "10/0"},
-      {"-12", "-12/0", "-12/0"},  {"+7", "7/0", "7/0"},
-      {"12abc", "12/0", "12/0"},  {"09", "0/0", "9/0"},
-      {"1.9", "1/0", "1.9/0"},    {"4294967301", "5/0", "4.29497e+09/0"},
+      {"-12", "-12/0", "-12/0"},  {"12abc", "12/0", "12/0"},
+      {"09", "0/0", "9/0"},       {"4294967301", "5/0", "4.29497e+09/0"},
       {"1.5e3", "1/0", "1500/0"}, {"0x1p-2", "1/0", "0.25/0"},
       {"-.5", "0/-1", "-0.5/0"},  {"1,5", "1/0", "1/0"},
-      {"inf", "0/-1", "inf/0"},   {"nan", "0/-1", "nan/0"},
-      {"abc", "0/-1", "0/-1"},    {"-", "0/-1", "0/-1"},
+      {"inf", "0/-1", "inf/0"},   {"-", "0/-1", "0/-1"},
       {"", "0/-1", "0/-1"},
   };
   for (const auto& row : rows) {
@@ -140,7 +117,6 @@ TEST_F(InifileNumbers, NextValuesWalkLineAndDefaultsStandInForNoNumber) {
     EXPECT_EQ(Result(ini.GetNextValue(&error), error), expected);
   EXPECT_EQ(Result(ini.GetNextValue(8, &error), error), "8/-1");
   EXPECT_EQ(Result(ini.GetFirstValue("word", 42, &error), error), "42/-1");
-  EXPECT_EQ(Result(ini.GetFirstValue("missing", 42, &error), error), "42/-1");
 }
 
 TEST_F(InifileNumbers, OnlyDefaultedNextFloatRoundsToSinglePrecision) {
@@ -148,21 +124,17 @@ TEST_F(InifileNumbers, OnlyDefaultedNextFloatRoundsToSinglePrecision) {
   EXPECT_EQ(ini.GetFirstFloat("k", 2.5), 0.1);
   EXPECT_EQ(ini.GetNextFloat(), 0.1);
   int error = -1;
-  const double rounded = ini.GetNextFloat(2.5, &error);
-  EXPECT_EQ(rounded, static_cast<double>(0.1f));
-  EXPECT_NE(rounded, 0.1);
+  EXPECT_EQ(ini.GetNextFloat(2.5, &error), static_cast<double>(0.1f));
   EXPECT_EQ(error, 0);
   EXPECT_EQ(Result(ini.GetNextFloat(2.5, &error), error), "2.5/-1");
   EXPECT_EQ(ini.GetNextFloat(0.1, &error), static_cast<double>(0.1f));
-  EXPECT_EQ(ini.GetFirstFloat("missing", 0.1, &error), 0.1);
 }
 
 TEST(InifileEscapes, DecoderTurnsEscapesIntoCharacters) {
   const std::pair<std::string, std::string> rows[] = {
-      {"a\\nb", "a\nb"}, {"\\#\\\\", "#\\"}, {"\\q", "\0"s},   {"\\x41\\x4A\\x4b", "AJK"},
-      {"\\0101", "A"},   {"\\0x42", "B"},    {"\\65", "A"},    {"\\0658", "58"},
-      {"\\x414", "A4"},  {"\\07z", "\az"},   {"\\321", "A"},   {"ab\\", "ab\0"s},
-      {"\\x", "\0"s},    {"\\0", "\0"s},     {"\\x4", "\x04"}, {"\\x4g", "\x04g"},
+      {"a\\nb", "a\nb"}, {"\\#\\\\", "#\\"}, {"\\q", "\0"s},    {"\\x41\\x4A\\x4b", "AJK"},
+      {"\\0101", "A"},   {"\\0x42", "B"},    {"\\65", "A"},     {"\\0658", "58"},
+      {"\\x414", "A4"},  {"\\321", "A"},     {"ab\\", "ab\0"s}, {"\\x4g", "\x04g"},
   };
   for (const auto& [text, decoded] : rows) {
     std::string in = text;

@@ -1,8 +1,5 @@
-// Finding and opening an ini file. The search step by step: the name's own
-// directory, ./, the host's configuration directory, HOME, the installation
-// directory and the directories of KZ_ROOT, KZDAS_CONFIG_DIR, KZDAS_BASE_DIR and
-// INIFILE_PATH, each leaving a warning when it finds nothing. Then the explicit
-// search that reports to the caller's FILE*, the copy, and opening and closing.
+// Finding and opening an ini file: the search step by step with its warnings, the
+// explicit search that reports to the caller's FILE*, the copy, opening and closing.
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -58,24 +55,32 @@ class InifileLocate : public ::testing::Test {
 TEST_F(InifileLocate, StepsAreTriedInOrderAndNamedWhenTheyFail) {
   ASSERT_EQ(fConfig.compare(0, fHome.size(), fHome), 0) << "not under HOME: " << fConfig;
   const std::string root = fRoot.Path();
-  setenv("KZ_ROOT", Directory("root").c_str(), 1);
-  setenv("KZDAS_CONFIG_DIR", Directory("das-config").c_str(), 1);
-  setenv("KZDAS_BASE_DIR", Directory("das-base").c_str(), 1);
-  setenv("INIFILE_PATH", Directory("path").c_str(), 1);
-  // Where the file is placed (none where we may not write) and the directory tried.
-  const std::pair<std::string, std::string> steps[] = {
-      {"work", "./"},
-      {fConfig.substr(root.size() + 1), fConfig},
-      {"home", fHome + "/"},
-      {"", "/opt/vesta/etc/"},
-      {"root/etc", root + "/root/etc/"},
-      {"das-config/config", root + "/das-config/config/"},
-      {"das-base/config", root + "/das-base/config/"},
-      {"path", root + "/path/"}};
-  for (const auto& [place, directory] : steps)
-    if (!place.empty()) Place(place);
+  // Where the file is placed (none where we may not write), the directory tried,
+  // and how a warning names it while its variable is unset.
+  const std::string steps[][3] = {
+      {"work", "./", "./"},
+      {fConfig.substr(root.size() + 1), fConfig, fConfig},
+      {"home", fHome + "/", fHome + "/"},
+      {"", "/opt/vesta/etc/", "/opt/vesta/etc/"},
+      {"KZ_ROOT/etc", root + "/KZ_ROOT/etc/", "$KZ_ROOT/etc/"},
+      {"KZDAS_CONFIG_DIR/config", root + "/KZDAS_CONFIG_DIR/config/", "$KZDAS_CONFIG_DIR/"},
+      {"KZDAS_BASE_DIR/config", root + "/KZDAS_BASE_DIR/config/", "$KZDAS_BASE_DIR/"},
+      {"INIFILE_PATH", root + "/INIFILE_PATH/", "$INIFILE_PATH/"}};
   std::vector<std::string> warnings;
-  for (const auto& [place, directory] : steps) {
+  for (const auto& step : steps) warnings.push_back("WRN:" + kMISSING + step[2] + kNAME);
+  warnings.push_back("ERR:" + kMISSING + kNAME + " in any directory !!!");
+  KzUtil::ErrorLogger& logger = KzUtil::Singleton<KzUtil::ErrorLogger>::GetInstance();
+  logger.SetOption(KzUtil::ErrorLogger::eShowSeverity, true);
+  EXPECT_EQ(Locate(kNAME), "");
+  logger.SetOption(KzUtil::ErrorLogger::eShowSeverity, false);
+  EXPECT_EQ(fWarnings, warnings);
+
+  for (const char* name : {"KZ_ROOT", "KZDAS_CONFIG_DIR", "KZDAS_BASE_DIR", "INIFILE_PATH"})
+    setenv(name, Directory(name).c_str(), 1);
+  for (const auto& step : steps)
+    if (!step[0].empty()) Place(step[0]);
+  warnings.clear();
+  for (const auto& [place, directory, unset] : steps) {
     if (!place.empty()) {
       const std::string separator = directory.back() == '/' ? "" : "/";
       EXPECT_EQ(Locate(kNAME), directory + separator + kNAME);
@@ -87,20 +92,6 @@ TEST_F(InifileLocate, StepsAreTriedInOrderAndNamedWhenTheyFail) {
   EXPECT_EQ(Locate(kNAME), "");
   warnings.push_back(kMISSING + kNAME + " in any directory !!!");
   EXPECT_EQ(fWarnings, warnings);
-}
-
-TEST_F(InifileLocate, UnsetVariablesAreNamedAndNothingFoundIsAnError) {
-  KzUtil::ErrorLogger& logger = KzUtil::Singleton<KzUtil::ErrorLogger>::GetInstance();
-  logger.SetOption(KzUtil::ErrorLogger::eShowSeverity, true);
-  EXPECT_EQ(Locate(kNAME), "");
-  logger.SetOption(KzUtil::ErrorLogger::eShowSeverity, false);
-  std::vector<std::string> expected;
-  for (const std::string& directory :
-       {"./"s, fConfig, fHome + "/", "/opt/vesta/etc/"s, "$KZ_ROOT/etc/"s, "$KZDAS_CONFIG_DIR/"s,
-        "$KZDAS_BASE_DIR/"s, "$INIFILE_PATH/"s})
-    expected.push_back("WRN:" + kMISSING + directory + kNAME);
-  expected.push_back("ERR:" + kMISSING + kNAME + " in any directory !!!");
-  EXPECT_EQ(fWarnings, expected);
 }
 
 TEST_F(InifileLocate, NameIsTriedInItsOwnDirectoryThenAppendedWhole) {
@@ -132,15 +123,11 @@ TEST_F(InifileLocate, SearchPathIsOneDirectoryTakenAsWritten) {
 TEST_F(InifileLocate, TestFileJoinsWithOneSeparatorAndEmptyDirectoryNeedsDotSlash) {
   const std::string dir = fRoot.Path() + "/work";
   Place("work");
-  const std::string rows[][3] = {
-      {dir, kNAME, dir + "/" + kNAME},
-      {dir + "/", kNAME, dir + "/" + kNAME},
-      {dir, "absent.ini", ""},
-      {"", kNAME, ""},
-      {"", "./" + kNAME, "./" + kNAME},
-      {"", "../work/" + kNAME, "../work/" + kNAME},
-      {"", "", ""},
-  };
+  const std::string rows[][3] = {{dir, kNAME, dir + "/" + kNAME},
+                                 {dir + "/", kNAME, dir + "/" + kNAME},
+                                 {dir, "absent.ini", ""},
+                                 {"", kNAME, ""},
+                                 {"", "./" + kNAME, "./" + kNAME}};
   for (const auto& row : rows)
     EXPECT_EQ(KzTest::OpenInifile::TestFile(row[0], row[1]), row[2]) << row[0] << " " << row[1];
 }
@@ -149,18 +136,11 @@ TEST(InifileLocateAssertions, MissingNameOrLogFileStopsProcess) {
   KzTest::TempDir home;
   setenv("HOME", home.Path().c_str(), 1);
   KzTest::ExpectAssertion([] { Inifile::Locate(nullptr); }, kFILENAME_ASSERTION);
-  KzTest::ExpectAssertion([] { Inifile::Locate(""); }, kFILENAME_ASSERTION);
   KzTest::ExpectAssertion([] { Inifile ini(""); }, kFILENAME_ASSERTION);
-  KzTest::ExpectAssertion([] { Inifile ini(nullptr); }, kFILENAME_ASSERTION);
-  KzTest::ExpectAssertion([] { Inifile ini("", stderr, nullptr, nullptr); }, kFILENAME_ASSERTION);
   KzTest::ExpectAssertion([] { Inifile ini("x.ini", nullptr, nullptr, nullptr); },
                           "logfile != __null");
-  KzTest::ExpectAssertion(
-      [] {
-        Inifile nowhere("kzutil-nowhere-test.ini");
-        Inifile copy(nowhere);
-      },
-      kFILENAME_ASSERTION);
+  KzTest::ExpectAssertion([] { Inifile nowhere("kzutil-nowhere-test.ini"), copy(nowhere); },
+                          kFILENAME_ASSERTION);
 }
 
 // Everything written to a FILE* so far.
@@ -194,18 +174,11 @@ TEST_F(InifileOpen, ExplicitSearchTriesNameDotSlashAndTwoDirectoriesOnly) {
       kSEARCH + "could not open site.ini\n" + kSEARCH + "could not open ./site.ini\n";
   EXPECT_EQ(Search("site.ini"), notFound);
   EXPECT_STREQ(fReader->GetFilename(), "");
-  EXPECT_EQ(fReader->GetStatus(), 0);
   EXPECT_EQ(fReader->Open(), -1);
   EXPECT_EQ(Search("site.ini", second.c_str(), third.c_str()),
             notFound + kSEARCH + "could not open " + second + "/site.ini\n" + kSEARCH +
                 "reading from " + third + "/site.ini ...\n");
-  EXPECT_EQ(fReader->GetStatus(), 0);
   EXPECT_EQ(KzTest::Lookup(*fReader, "G", "k"), "3");
-  fDir.Write("site.ini", "[G]\n");
-  EXPECT_EQ(Search("./site.ini"), kSEARCH + "reading from ./site.ini ...\n");
-  EXPECT_EQ(Search("site.ini", second.c_str(), third.c_str()),
-            kSEARCH + "could not open site.ini\n" + kSEARCH + "reading from ./site.ini ...\n");
-  EXPECT_STREQ(fReader->GetFilename(), "./site.ini");
   EXPECT_TRUE(log.Lines().empty());
 }
 
@@ -215,7 +188,6 @@ TEST_F(InifileOpen, CopyLocatesSameFileAndStartsWithoutGroup) {
   EXPECT_EQ(KzTest::Lookup(original, "B", "missing"), "<null>");  // sticks at the end
   Inifile copy(original);
   EXPECT_STREQ(copy.GetFilename(), "./site.ini");
-  EXPECT_EQ(copy.GetStatus(), 0);
   EXPECT_EQ(KzTest::Lookup(copy, "A", "a"), "1");
   EXPECT_EQ(KzTest::Lookup(original, "A", "a"), "no group");
 }

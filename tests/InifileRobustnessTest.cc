@@ -57,20 +57,16 @@ TEST_F(InifileRobustness, MegabyteLineIsReadWhole) {
   EXPECT_EQ(Values("long"), value + "|tail");
 }
 
-TEST_F(InifileRobustness, DirectoryIsFoundButReadsNothing) {
+TEST_F(InifileRobustness, DirectoryIsFoundAndDanglingSymlinkIsNotButNeitherReads) {
   ASSERT_EQ(mkdir((fDir.Path() + "/conf.ini").c_str(), 0755), 0);
-  Inifile ini("conf.ini");
-  EXPECT_STREQ(ini.GetFilename(), "./conf.ini");
-  EXPECT_EQ(ini.GetStatus(), 0);
-  ExpectNothingFound(ini);
-}
-
-TEST_F(InifileRobustness, DanglingSymlinkIsNotFound) {
   ASSERT_EQ(symlink((fDir.Path() + "/gone.ini").c_str(), (fDir.Path() + "/link.ini").c_str()), 0);
-  Inifile ini("link.ini");
-  EXPECT_STREQ(ini.GetFilename(), "");
-  EXPECT_EQ(ini.GetStatus(), 0);
-  ExpectNothingFound(ini);
+  for (const auto& [name, found] : {std::pair{"conf.ini", "./conf.ini"}, {"link.ini", ""}}) {
+    SCOPED_TRACE(name);
+    Inifile ini(name);
+    EXPECT_STREQ(ini.GetFilename(), found);
+    EXPECT_EQ(ini.GetStatus(), 0);
+    ExpectNothingFound(ini);
+  }
   EXPECT_EQ(fLog.Lines().back(),
             "Inifile::Locate() - could not find link.ini in any directory !!!");
 }
@@ -82,8 +78,6 @@ TEST_F(InifileRobustness, FileRemovedBeforeOpenMakesReaderUnusable) {
   EXPECT_EQ(ini.Open(), -1);
   EXPECT_EQ(ini.GetStatus(), -1);
   ExpectNothingFound(ini);
-  int error = 0;
-  EXPECT_EQ(Result(ini.GetNextString(&error), error), "<null>/-1");
 }
 
 }  // namespace

@@ -9,16 +9,11 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <functional>
-#include <iostream>
 #include <memory>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
-#include "ErrorLogger.h"
 #include "Inifile.h"
 #include "KzTestSupport.h"
 
