@@ -51,16 +51,6 @@ inline KzTest::HostSetup Host(const std::string& hostname, const std::string& fq
   return host;
 }
 
-template <class E>
-void ExpectThrowWithText(const std::function<void()>& call, const char* text) {
-  try {
-    call();
-    ADD_FAILURE() << "no exception with text " << text;
-  } catch (const E& e) {
-    EXPECT_STREQ(e.what(), text);
-  }
-}
-
 // Skips where namespaces are unavailable; runs bodies on hosts of their own.
 class OnOwnHost : public ::testing::Test {
  protected:
