@@ -66,13 +66,16 @@ TEST_F(InifileGroups, HeaderIsFoundAnywhereButGroupEndsOnlyAtColumnOne) {
     EXPECT_EQ(Lookup(Load(row[0]), row[1], row[2]), row[3]) << row[0] << "in " << row[1];
 }
 
-TEST_F(InifileGroups, EndOfFileSticksUntilReopened) {
+TEST_F(InifileGroups, EndOfFileSticksUntilReopenedOrCopied) {
   KzTest::OpenInifile& ini = Load("[A]\na = 1\n[B]\nb = 2\n");
   EXPECT_EQ(Lookup(ini, "B", "missing"), "<null>");
   EXPECT_EQ(First("b"), "<null>");
   ini.Reset();
   EXPECT_EQ(ini.SpecifyGroup("A"), -1);
   EXPECT_EQ(ini.GetStatus(), 0);
+  KzUtil::Inifile copy(ini);  // locates the same file afresh
+  EXPECT_STREQ(copy.GetFilename(), ini.GetFilename());
+  EXPECT_EQ(Lookup(copy, "A", "a"), "1");
   ASSERT_EQ(ini.Open(), 0);
   EXPECT_EQ(Lookup(ini, "B", "b"), "2");
   EXPECT_EQ(Lookup(ini, "A", "a"), "1");

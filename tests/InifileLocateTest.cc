@@ -1,5 +1,5 @@
 // Finding and opening an ini file: the search step by step with its warnings, the
-// explicit search that reports to the caller's FILE*, the copy, opening and closing.
+// explicit search that reports to the caller's FILE*, opening and closing.
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -180,16 +180,6 @@ TEST_F(InifileOpen, ExplicitSearchTriesNameDotSlashAndTwoDirectoriesOnly) {
                 "reading from " + third + "/site.ini ...\n");
   EXPECT_EQ(KzTest::Lookup(*fReader, "G", "k"), "3");
   EXPECT_TRUE(log.Lines().empty());
-}
-
-TEST_F(InifileOpen, CopyLocatesSameFileAndStartsWithoutGroup) {
-  fDir.Write("site.ini", "[A]\na = 1\n[B]\nb = 2\n");
-  Inifile original("site.ini");
-  EXPECT_EQ(KzTest::Lookup(original, "B", "missing"), "<null>");  // sticks at the end
-  Inifile copy(original);
-  EXPECT_STREQ(copy.GetFilename(), "./site.ini");
-  EXPECT_EQ(KzTest::Lookup(copy, "A", "a"), "1");
-  EXPECT_EQ(KzTest::Lookup(original, "A", "a"), "no group");
 }
 
 TEST_F(InifileOpen, PrintLevelTwoShowsOpeningAndClosing) {
