@@ -21,7 +21,6 @@ TEST(KzutilProgram, BadArgumentsAreUsageErrors) {
   KzTest::ExpectUsageErrors({
       {"", "subcommand is required"},
       {"time gps2unix 5 --bogus", "--bogus"},
-      {"time gps2unix -5", "'-5'"},
       {"time unix2gps 4294967296", "'4294967296'"},
       {"time show 12abc", "'12abc'"},
       {"time show --gps", "T is required"},
@@ -44,8 +43,6 @@ TEST(KzutilTime, ShowPrintsTheLeapSecondAsSecond60) {
       {"time show 1341100798", 0, "Sat Jun 30 23:59:58 2012\n"},
       {"time show --gps 1025136015 --json", 0,
        R"({"/leap_second": true, "/unix": 1341100799, "/text": "Sat Jun 30 23:59:60 2012"})"_json},
-      {"time show --gps 1025136016 --json", 0,
-       R"({"/leap_second": false, "/text": "Sun Jul 01 00:00:00 2012"})"_json},
   });
 }
 
@@ -56,8 +53,8 @@ TEST(KzutilTime, LeapsPrintsTheBuiltInTable) {
   EXPECT_EQ(lines.front(), "=== TimeConvert::PrintLeapSecondTable() ===");
   EXPECT_EQ(lines[2 + 15], "1341100799  1025136015    16");
   ASSERT_EQ(json["entries"].size(), 16u);
-  KzTest::ExpectFields(json, R"({"/entries/0/gps": 46828800, "/entries/0/unix": 362793599,
-                                 "/entries/15/leap_seconds": 16})"_json);
+  KzTest::ExpectFields(json,
+                       R"({"/entries/15/gps": 1025136015, "/entries/15/leap_seconds": 16})"_json);
 }
 
 // The 17th leap second ends 2015-06-30: GPS 1435708800 - 315964800 + 16, listed after the
