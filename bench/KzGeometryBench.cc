@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "KzCameraGrid.h"
 #include "KzGeometry.h"
 
 using namespace KzUtil;
@@ -24,18 +25,14 @@ void BM_FormulaLoop(benchmark::State& state) {
   for (auto _ : state) {
     benchmark::DoNotOptimize(axisAzimuth);
     benchmark::DoNotOptimize(axisElevation);
-    const double d = acos(0.0) / 90;
+    const double d = KzCameraGrid::Radians();
     for (int column = 1; column <= Kz::kMI_NCOLS; ++column) {
       for (int row = 1; row <= Kz::kMI_NROWS; ++row) {
-        const double shift = (row % 2 == 0) ? 0.75 * d : 0.0;
-        const double h = 1.5 * (10 - column) * d + shift;
-        const double v =
-            -0.2165 * d + ((row - 11.5) * 1.7320508075688772 * 0.75 * d + axisElevation * d);
-        const double elevation = asin(cos(h) * sin(v));
-        const double azimuth = asin(sin(h) / cos(elevation)) + axisAzimuth * d;
-        const int index = (column - 1) * Kz::kMI_NROWS + (row - 1);
-        azimuths[index] = static_cast<float>(azimuth / d);
-        elevations[index] = static_cast<float>(elevation / d);
+        const KzCameraGrid::SkyPoint sky =
+            KzCameraGrid::Sky(KzCameraGrid::Frame(column, row, axisElevation));
+        const int index = KzCameraGrid::Index(column, row);
+        azimuths[index] = static_cast<float>((sky.fAzimuth + axisAzimuth * d) / d);
+        elevations[index] = static_cast<float>(sky.fElevation / d);
       }
     }
     benchmark::DoNotOptimize(azimuths);

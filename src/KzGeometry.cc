@@ -11,6 +11,7 @@
 
 #include "ErrorLogger.h"
 #include "InifileChain.h"
+#include "KzCameraGrid.h"
 
 namespace KzUtil {
 
@@ -285,27 +286,20 @@ void KzGeometry::DumpLoftPointing(const char* caller) {
 
 void KzGeometry::CalculateAzElevTable() {
   if (!fgClassInitialized) InitializeClass();
-  const double d = acos(0.0) / 90;  // radians per degree
+  const double d = KzCameraGrid::Radians();
   const double axisAzimuth = fAxis.fAzimuth;
   const double axisElevation = fAxis.fElevation;
   if (fgPrintLevel > 1)
     KZ_LOG(ErrorLogger::eDebug, "KzGeometry::CalculateAzElevTable() - "
                                     << "fTelescopeId= " << fTelescopeId << " (az,el) = ("
                                     << axisAzimuth << "," << axisElevation << ")");
-  // Staggered grid: 1.5 degrees across, 0.75 * sqrt(3) up, even rows shifted by half a pitch.
-  // The elevation is added to the vertical angle before the rotation, and the azimuth comes
-  // from asin, so it never wraps.
   for (int column = 1; column <= Kz::kMI_NCOLS; ++column) {
     for (int row = 1; row <= Kz::kMI_NROWS; ++row) {
-      const double shift = (row % 2 == 0) ? 0.75 * d : 0.0;
-      const double h = 1.5 * (10 - column) * d + shift;
-      const double v =
-          -0.2165 * d + ((row - 11.5) * 1.7320508075688772 * 0.75 * d + axisElevation * d);
-      const double elevation = asin(cos(h) * sin(v));
-      const double azimuth = asin(sin(h) / cos(elevation)) + axisAzimuth * d;
-      const int index = (column - 1) * Kz::kMI_NROWS + (row - 1);
-      fPixelAzimuth[index] = static_cast<float>(azimuth / d);
-      fPixelElevation[index] = static_cast<float>(elevation / d);
+      const KzCameraGrid::SkyPoint sky =
+          KzCameraGrid::Sky(KzCameraGrid::Frame(column, row, axisElevation));
+      const int index = KzCameraGrid::Index(column, row);
+      fPixelAzimuth[index] = static_cast<float>((sky.fAzimuth + axisAzimuth * d) / d);
+      fPixelElevation[index] = static_cast<float>(sky.fElevation / d);
     }
   }
 }
